@@ -1,0 +1,40 @@
+# SPDX-License-Identifier: Apache-2.0
+# What the build can be asked for, and what all of our own targets are compiled with. Everything here is private to
+# this project: a program that links kelvane inherits none of it.
+
+option(BUILD_SHARED_LIBS "Build libkelvane as a shared library" ON)
+option(KELVANE_BUILD_TOOL "Build the kelvane command" ${PROJECT_IS_TOP_LEVEL})
+option(KELVANE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(KELVANE_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
+option(KELVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
+set(KELVANE_SAMPLES "${PROJECT_SOURCE_DIR}/../shared/testdata" CACHE PATH
+  "Folder of media files made by others, which tests read in place; they are skipped where it is absent")
+
+set(KELVANE_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(PROJECT_IS_TOP_LEVEL)
+  list(APPEND KELVANE_WARNINGS -Werror)
+
+  set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+  set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+  set(CMAKE_CXX_EXTENSIONS OFF)
+  if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+  endif()
+
+  find_program(KELVANE_CCACHE ccache)
+  mark_as_advanced(KELVANE_CCACHE)
+  if(KELVANE_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${KELVANE_CCACHE})
+  endif()
+endif()
+
+# kelvane_sources(HEADERS a.h… SOURCES a.cpp…): adds a subsystem's files, named relative to its folder, to the library.
+# Headers named here are public and installed; private ones (*_p.h, detail/ of a subsystem's own) are not named.
+function(kelvane_sources)
+  cmake_parse_arguments(PARSE_ARGV 0 ARG "" "" "HEADERS;SOURCES")
+  list(TRANSFORM ARG_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  list(TRANSFORM ARG_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  target_sources(kelvane PRIVATE ${ARG_SOURCES}
+    PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
+endfunction()

@@ -1,0 +1,267 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <kelvane/foundation/Dictionary.h>
+
+#include <kelvane/foundation/Value.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kelvane {
+
+/// Names in order, with an open-addressing table of places once there are too many to compare one by one.
+struct Dictionary::KeySet::Rep : detail::RefCounted {
+    static constexpr std::size_t linearLimit = 8;
+    static constexpr std::uint32_t free = 0xFFFFFFFFU;
+
+    std::vector<String> names;
+    std::vector<std::uint32_t> slots; // a power of two, at most half full; empty up to linearLimit names
+
+    Rep() = default;
+    explicit Rep(const Rep &other) : RefCounted(), names(other.names), slots(other.slots) {}
+    static void destroy(const Rep *rep) noexcept { delete rep; }
+
+    [[nodiscard]] std::size_t indexOf(std::string_view name) const noexcept
+    {
+        if (slots.empty()) {
+            const auto found =
+                std::find_if(names.begin(), names.end(), [&](const String &other) { return other.view() == name; });
+            return static_cast<std::size_t>(found - names.begin());
+        }
+        const std::uint32_t place = slots[slotOf(name)];
+        return place == free ? names.size() : place;
+    }
+
+    void append(const String &name)
+    {
+        names.push_back(name);
+        if (names.size() <= linearLimit)
+            return;
+        if (names.size() * 2 > slots.size())
+            rebuild();
+        else
+            slots[slotOf(name.view())] = static_cast<std::uint32_t>(names.size() - 1);
+    }
+
+    /// Fills the place of the removed name with the last one: constant time, at the price of the order.
+    void removeAt(std::size_t index)
+    {
+        if (!slots.empty())
+            freeSlot(slotOf(names[index].view()));
+        if (index + 1 < names.size()) {
+            if (!slots.empty())
+                slots[slotOf(names.back().view())] = static_cast<std::uint32_t>(index);
+            names[index] = std::move(names.back());
+        }
+        names.pop_back();
+        if (names.size() <= linearLimit)
+            slots.clear();
+    }
+
+private:
+    [[nodiscard]] std::size_t home(std::string_view name) const noexcept
+    {
+        return std::hash<std::string_view>{}(name) & (slots.size() - 1);
+    }
+    /// The slot that holds `name`, or the free one where it would go.
+    [[nodiscard]] std::size_t slotOf(std::string_view name) const noexcept
+    {
+        std::size_t slot = home(name);
+        while (slots[slot] != free && names[slots[slot]].view() != name)
+            slot = (slot + 1) & (slots.size() - 1);
+        return slot;
+    }
+    /// Frees a slot and closes the gap, so that no search ends too early (Knuth's algorithm R).
+    void freeSlot(std::size_t gap) noexcept
+    {
+        const std::size_t mask = slots.size() - 1;
+        slots[gap] = free;
+        for (std::size_t slot = (gap + 1) & mask; slots[slot] != free; slot = (slot + 1) & mask) {
+            const std::size_t distance = (slot - home(names[slots[slot]].view())) & mask;
+            if (distance < ((slot - gap) & mask))
+                continue;
+            std::swap(slots[gap], slots[slot]);
+            gap = slot;
+        }
+    }
+    void rebuild()
+    {
+        slots.assign(std::max<std::size_t>(32, slots.size() * 2), free);
+        for (std::size_t i = 0; i < names.size(); ++i)
+            slots[slotOf(names[i].view())] = static_cast<std::uint32_t>(i);
+    }
+};
+
+Dictionary::KeySet::KeySet(std::span<const String> names) : _rep(detail::Ref<Rep>::adopt(new Rep))
+{
+    for (const auto &name : names)
+        if (_rep->indexOf(name.view()) == _rep->names.size())
+            _rep->append(name);
+}
+
+Dictionary::KeySet::KeySet(const KeySet &other) noexcept = default;
+Dictionary::KeySet &Dictionary::KeySet::operator=(const KeySet &other) noexcept = default;
+Dictionary::KeySet::~KeySet() = default;
+
+std::size_t Dictionary::KeySet::size() const noexcept
+{
+    return _rep->names.size();
+}
+
+std::size_t Dictionary::KeySet::indexOf(std::string_view name) const noexcept
+{
+    return _rep->indexOf(name);
+}
+
+struct Dictionary::Rep : detail::RefCounted {
+    detail::Ref<KeySet::Rep> keys;
+    std::vector<Value> values; // values[i] belongs to keys->names[i]
+
+    static void destroy(const Rep *rep) noexcept { delete rep; }
+
+    [[nodiscard]] KeySet::Rep &writableKeys()
+    {
+        if (!keys->isUnique())
+            keys = detail::Ref<KeySet::Rep>::adopt(new KeySet::Rep(*keys));
+        return *keys;
+    }
+};
+
+namespace {
+const Value nil;
+}
+
+Dictionary::Dictionary() noexcept = default;
+Dictionary::Dictionary(std::nullptr_t) noexcept {}
+
+Dictionary::Dictionary(std::initializer_list<Entry> entries)
+{
+    writable();
+    for (const auto &[key, value] : entries)
+        set(key, value);
+}
+
+Dictionary::Dictionary(const KeySet &keys, std::span<Value> values) : _rep(detail::Ref<Rep>::adopt(new Rep))
+{
+    assert(keys.size() == values.size());
+    _rep->keys = keys._rep;
+    _rep->values.assign(std::make_move_iterator(values.begin()), std::make_move_iterator(values.end()));
+}
+
+Dictionary::Dictionary(const Dictionary &other) noexcept = default;
+Dictionary::Dictionary(Dictionary &&other) noexcept = default;
+Dictionary &Dictionary::operator=(const Dictionary &other) noexcept = default;
+Dictionary &Dictionary::operator=(Dictionary &&other) noexcept = default;
+Dictionary::~Dictionary() = default;
+
+Dictionary Dictionary::empty()
+{
+    Dictionary dictionary;
+    dictionary.writable();
+    return dictionary;
+}
+
+std::size_t Dictionary::size() const noexcept
+{
+    return _rep ? _rep->values.size() : 0;
+}
+
+const Value &Dictionary::operator[](std::string_view key) const noexcept
+{
+    if (!_rep)
+        return nil;
+    const std::size_t index = _rep->keys->indexOf(key);
+    return index < _rep->values.size() ? _rep->values[index] : nil;
+}
+
+bool Dictionary::contains(std::string_view key) const noexcept
+{
+    return _rep && _rep->keys->indexOf(key) < _rep->values.size();
+}
+
+const String &Dictionary::keyAt(std::size_t index) const noexcept
+{
+    assert(index < size());
+    return _rep->keys->names[index];
+}
+
+const Value &Dictionary::valueAt(std::size_t index) const noexcept
+{
+    assert(index < size());
+    return _rep->values[index];
+}
+
+void Dictionary::set(const String &key, Value value)
+{
+    assert(!key.isNull());
+    if (value.isNil()) {
+        remove(key.view());
+        return;
+    }
+    auto &rep = writable();
+    const std::size_t index = rep.keys->indexOf(key.view());
+    if (index < rep.values.size()) {
+        rep.values[index] = std::move(value);
+        return;
+    }
+    auto &keys = rep.writableKeys();
+    rep.values.push_back(std::move(value));
+    keys.append(key);
+}
+
+void Dictionary::remove(std::string_view key)
+{
+    if (!contains(key))
+        return;
+    auto &rep = writable();
+    const std::size_t index = rep.keys->indexOf(key);
+    rep.writableKeys().removeAt(index);
+    if (index + 1 < rep.values.size())
+        rep.values[index] = std::move(rep.values.back());
+    rep.values.pop_back();
+}
+
+String Dictionary::description() const
+{
+    if (isNull())
+        return "(null)";
+    std::string text = "{";
+    for (std::size_t i = 0; i < size(); ++i) {
+        if (i > 0)
+            text += "; ";
+        text += keyAt(i).view();
+        text += " = ";
+        text += valueAt(i).description().view();
+    }
+    return text += "}";
+}
+
+Dictionary::Rep &Dictionary::writable()
+{
+    if (!_rep) {
+        _rep = detail::Ref<Rep>::adopt(new Rep);
+        _rep->keys = detail::Ref<KeySet::Rep>::adopt(new KeySet::Rep);
+    } else if (!_rep->isUnique()) {
+        auto copy = detail::Ref<Rep>::adopt(new Rep);
+        copy->keys = _rep->keys;
+        copy->values = _rep->values;
+        _rep = std::move(copy);
+    }
+    return *_rep;
+}
+
+bool operator==(const Dictionary &a, const Dictionary &b) noexcept
+{
+    if (isSameObject(a, b))
+        return true;
+    if (a.isNull() != b.isNull() || a.size() != b.size())
+        return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (!b.contains(a.keyAt(i).view()) || !(b[a.keyAt(i).view()] == a.valueAt(i)))
+            return false;
+    return true;
+}
+
+} // namespace kelvane
