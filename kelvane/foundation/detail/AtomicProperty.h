@@ -2,13 +2,61 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
 #include <utility>
 
 namespace kelvane::detail {
 
+/// A lock of one byte for sections of a few instructions, in objects that are made by the thousand. A thread that
+/// finds it taken sleeps. Never held while application code runs.
+class ByteLock {
+public:
+    ByteLock() noexcept = default;
+    ByteLock(const ByteLock &) = delete;
+    ByteLock &operator=(const ByteLock &) = delete;
+
+    void lock() noexcept
+    {
+        // 0 free, 1 taken, 2 taken and somebody sleeps: only then does unlock() have to wake anybody.
+        unsigned char expected = 0;
+        if (_state.compare_exchange_strong(expected, 1, std::memory_order_acquire, std::memory_order_relaxed))
+            return;
+        while (_state.exchange(2, std::memory_order_acquire) != 0)
+            _state.wait(2, std::memory_order_relaxed);
+    }
+    void unlock() noexcept
+    {
+        if (_state.exchange(0, std::memory_order_release) == 2)
+            _state.notify_one();
+    }
+
+private:
+    std::atomic<unsigned char> _state{0};
+};
+
+/// A number or flag that is read and written from several threads. What a thread wrote before set() is seen by a
+/// thread that get() gave that value.
+template <class T>
+class AtomicValue {
+public:
+    AtomicValue() noexcept = default;
+    explicit AtomicValue(T value) noexcept : _value(value) {}
+
+    [[nodiscard]] T get() const noexcept { return _value.load(std::memory_order_acquire); }
+    void set(T value) noexcept { _value.store(value, std::memory_order_release); }
+    T exchange(T value) noexcept { return _value.exchange(value, std::memory_order_acq_rel); }
+    /// Sets `desired` if the value is `expected`; whether it was.
+    bool replace(T expected, T desired) noexcept
+    {
+        return _value.compare_exchange_strong(expected, desired, std::memory_order_acq_rel);
+    }
+
+private:
+    std::atomic<T> _value{};
+};
+
 /// A property that may be read and replaced from several threads at once: a reader gets one of the values that were
-/// set, whole. Copying the value must be cheap, as it is for the shared types. The lock is one byte and is held for
-/// that copy alone; values are destroyed outside of it.
+/// set, whole. Copying the value must be cheap, as it is for the shared types. Values are destroyed outside the lock.
 template <class T>
 class AtomicProperty {
 public:
@@ -19,39 +67,20 @@ public:
 
     [[nodiscard]] T get() const
     {
-        const Guard guard(_lock);
+        const std::lock_guard guard(_lock);
         return _value;
     }
     void set(T value) { (void)exchange(std::move(value)); }
     /// Sets `value` and returns the one before.
     T exchange(T value)
     {
-        const Guard guard(_lock);
+        const std::lock_guard guard(_lock);
         std::swap(_value, value);
         return value;
     }
 
 private:
-    class Guard {
-    public:
-        explicit Guard(std::atomic_flag &lock) noexcept : _lock(lock)
-        {
-            while (_lock.test_and_set(std::memory_order_acquire))
-                _lock.wait(true, std::memory_order_relaxed);
-        }
-        ~Guard()
-        {
-            _lock.clear(std::memory_order_release);
-            _lock.notify_one();
-        }
-        Guard(const Guard &) = delete;
-        Guard &operator=(const Guard &) = delete;
-
-    private:
-        std::atomic_flag &_lock;
-    };
-
-    mutable std::atomic_flag _lock;
+    mutable ByteLock _lock;
     T _value{};
 };
 

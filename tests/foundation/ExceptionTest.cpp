@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <kelvane/foundation/Exception.h>
+#include <kelvane/foundation/Value.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+using kelvane::Dictionary;
+using kelvane::Exception;
+using kelvane::String;
+
+TEST(Exception, CarriesNameReasonAndUserInformation)
+{
+    const Exception exception("CopyException", "no space left", Dictionary{{"path", "/a"}});
+    EXPECT_EQ(exception.name(), "CopyException");
+    EXPECT_EQ(exception.reason(), "no space left");
+    EXPECT_EQ(exception.userInfo()["path"].string(), "/a");
+    EXPECT_EQ(exception.description(), "no space left");
+    EXPECT_STREQ(exception.what(), "no space left");
+}
+
+TEST(Exception, DescribesItselfByNameWhereThereIsNoReason)
+{
+    EXPECT_EQ(Exception("Plain").description(), "Plain");
+    EXPECT_STREQ(Exception("Plain").what(), "Plain");
+    EXPECT_TRUE(Exception("Plain").reason().isNull());
+    EXPECT_EQ(Exception(String()).name(), "Exception");
+}
+
+TEST(Exception, TakesTheCallStackWhereItIsMade)
+{
+    const Exception exception("Here");
+    ASSERT_FALSE(exception.callStackReturnAddresses().empty());
+    EXPECT_EQ(exception.callStackSymbols().size(), exception.callStackReturnAddresses().size());
+}
+
+TEST(Exception, IsCaughtAsAStandardException)
+{
+    try {
+        throw Exception("Name", "Reason");
+    } catch (const std::exception &caught) {
+        const auto exception = Exception::from(caught);
+        EXPECT_EQ(exception->name(), "Name");
+        EXPECT_EQ(exception->reason(), "Reason");
+    }
+}
+
+TEST(Exception, IsMadeFromAnyStandardException)
+{
+    const auto exception = Exception::from(std::out_of_range("index 7"));
+    EXPECT_EQ(exception->name(), "std::out_of_range");
+    EXPECT_EQ(exception->reason(), "index 7");
+    EXPECT_FALSE(exception->callStackReturnAddresses().empty());
+}
