@@ -14,3 +14,13 @@
 #include <kelvane/foundation/Size.h>
 #include <kelvane/foundation/String.h>
 #include <kelvane/foundation/Value.h>
+
+// platform: operations, queues, locks and logs
+#include <kelvane/platform/ConditionLock.h>
+#include <kelvane/platform/LogLevel.h>
+#include <kelvane/platform/Monitor.h>
+#include <kelvane/platform/Operation.h>
+#include <kelvane/platform/OperationQueue.h>
+#include <kelvane/platform/SerialQueue.h>
+#include <kelvane/platform/SystemLog.h>
+#include <kelvane/platform/ZenLogger.h>
