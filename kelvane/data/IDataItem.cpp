@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <kelvane/data/IDataItem.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cxxabi.h>
+#include <functional>
+#include <typeinfo>
+
+namespace kelvane {
+
+IDataItem::~IDataItem() = default;
+
+bool IDataItem::isEqual(const IDataItem &other) const
+{
+    return this == &other;
+}
+
+std::size_t IDataItem::hash() const
+{
+    return std::hash<const IDataItem *>{}(this);
+}
+
+String IDataItem::description() const
+{
+    const char *symbol = typeid(*this).name();
+    int status = 0;
+    char *text = abi::__cxa_demangle(symbol, nullptr, nullptr, &status);
+    const String className(status == 0 ? text : symbol);
+    std::free(text);
+    char address[32];
+    std::snprintf(address, sizeof address, ": %p>", static_cast<const void *>(this));
+    return String::concat({"<", className.view(), address});
+}
+
+} // namespace kelvane
