@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/AsyncResult.h>
 
+#include <kelvane/common/detail/DoneSignal.h>
 #include <kelvane/platform/ZenLogger.h>
 
-#include <chrono>
 #include <mutex>
 
 namespace kelvane {
@@ -22,16 +22,7 @@ std::shared_ptr<ConditionLock> AsyncResult::waitCondition()
 void AsyncResult::fireCompletedEvent()
 {
     const std::lock_guard guard(_invokeSyncObject);
-    if (!_waitConditionLock)
-        return;
-    if (_waitConditionLock->tryLockWhenCondition(1)) {
-        _waitConditionLock->unlockWithCondition(1);
-        return;
-    }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    const bool isTaken = _waitConditionLock->lockWhenCondition(0, deadline);
-    _waitConditionLock->unlockWithCondition(1);
-    if (!isTaken)
+    if (_waitConditionLock && !detail::raiseSignal(*_waitConditionLock))
         ZenLogger::defaultLogger().ZenLogError("--------------------------------------unexpected fireCompleteEvent");
 }
 

@@ -4,10 +4,10 @@
 #include <kelvane/common/BaseAsyncTask.h>
 
 #include <kelvane/common/detail/AtScopeEnd.h>
+#include <kelvane/common/detail/DoneSignal.h>
 #include <kelvane/common/detail/LiveTaskList.h>
 #include <kelvane/platform/ZenLogger.h>
 
-#include <chrono>
 #include <limits>
 #include <mutex>
 
@@ -116,13 +116,8 @@ bool BaseAsyncTask::waitDoneInternal(std::int32_t timeoutMs)
         if (!isCompleted() && !isCancelled())
             signal = waitCondition();
     }
-    if (signal) {
-        const std::chrono::duration<double> timeout(timeoutMs / 1000.0);
-        const auto deadline =
-            std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(timeout);
-        if (signal->lockWhenCondition(1, deadline))
-            signal->unlockWithCondition(1);
-    }
+    if (signal)
+        (void)detail::waitForSignal(*signal, timeoutMs); // the outcome is returned, not whether the time was up
     const bool outcome = isSuccessCompleted();
     const String left = s_iosTaskArray().remove(this);
     if (!left.isNull() && ZenLogger::defaultLogger().isEnabled(LogLevel::Debug))
