@@ -79,6 +79,7 @@ public:
         return a._buffer.get() == b._buffer.get() || (a.isNull() == b.isNull() && a.view() == b.view());
     }
     friend bool operator==(const String &a, std::string_view b) noexcept { return !a.isNull() && a.view() == b; }
+    friend bool operator==(const String &a, const std::string &b) noexcept { return a == std::string_view(b); }
     friend bool operator==(const String &a, const char *b) noexcept
     {
         return b ? a == std::string_view(b) : a.isNull();
