@@ -88,6 +88,8 @@ void block()
     std::vector<double> cold;
     std::vector<double> warm;
     for (int i = 0; i < 21; ++i) {
+        // The threads of the queue before have to be gone, or their end is measured with this one's beginning.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
         OperationQueue queue(limit);
         cold.push_back(microseconds([&] { runAll<Sleeping>(queue, limit); }));
         warm.push_back(microseconds([&] { runAll<Sleeping>(queue, limit); }));

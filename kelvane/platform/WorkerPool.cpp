@@ -123,7 +123,7 @@ void WorkerPool::ensureService()
             part = Part::Steward;
             return roll.active < places() && !std::exchange(roll.hasSteward, true);
         });
-        if (!isNeeded || call({part, 0, part == Part::Steward ? look() : Sighting()}))
+        if (!isNeeded || call({part, part == Part::Steward ? look() : Sighting()}))
             return;
 
         // The system gives no thread. What was claimed for it is given back before the list of sleepers is looked
@@ -181,16 +181,11 @@ bool WorkerPool::call(const Call &call)
     }
 }
 
-/// Calls `count` workers, each to a place that the caller has taken for it. Half of them are left to the first one,
-/// who does the same, so that many threads start in the time of a few. Returns how many could not be called.
+/// Calls `count` workers, each to a place that the caller has taken for it. Returns how many could not be called.
 std::uint32_t WorkerPool::callWorkers(std::uint32_t count)
 {
-    while (count > 0) {
-        const std::uint32_t helpers = count / 2;
-        if (!call({Part::Worker, helpers, {}}))
-            break;
-        count -= 1 + helpers;
-    }
+    while (count > 0 && call({Part::Worker, {}}))
+        --count;
     return count;
 }
 
@@ -210,13 +205,8 @@ void WorkerPool::runThread(Call call)
     do {
         if (call.part == Part::Leave)
             return;
-        if (call.part == Part::Steward) {
-            if (watch(call.lastSight))
-                work(true);
-        } else {
-            giveUpPlaces(callWorkers(call.helpers));
+        if (call.part == Part::Worker || watch(call.lastSight))
             work(true);
-        }
     } while (sleep(self, call));
 }
 

@@ -5,6 +5,10 @@
 #include <thread>
 #include <utility>
 
+#if defined(__linux__)
+#include <sys/prctl.h>
+#endif
+
 namespace kelvane {
 
 // The steward is one thread of the pool that takes short naps while operations wait, and compares how many operations
@@ -18,14 +22,38 @@ namespace kelvane {
 
 namespace {
 
-constexpr std::chrono::microseconds nap{50};
+constexpr std::chrono::microseconds nap{25};
 /// Naps without anything to do before the steward goes. Keeps it on duty through the gaps of a flood, in which the
 /// queue runs empty again and again.
 constexpr int quietNaps = 10;
-constexpr std::uint32_t firstReinforcement = 4;
+/// One thread that finishes nothing may just have lost its processor to another program; a few that all finish
+/// nothing are blocked.
+constexpr std::uint32_t firstReinforcement = 2;
+constexpr std::uint32_t growth = 4;
 /// An operation must take this long before it pays to have a second processor fetch the next one.
 constexpr std::chrono::microseconds worthAnotherThread{5};
 constexpr std::chrono::microseconds tooShortForTwo{2};
+
+/// While it lives the system ends the naps of this thread when asked, and not when it suits it. Operations that run on
+/// the thread later get the system's default back.
+class ExactNaps {
+public:
+#if defined(__linux__)
+    ExactNaps()
+    {
+        prctl(PR_SET_TIMERSLACK, 1UL);
+    }
+    ~ExactNaps()
+    {
+        prctl(PR_SET_TIMERSLACK, 0UL);
+    }
+#else
+    ExactNaps() = default;
+    ~ExactNaps() {}
+#endif
+    ExactNaps(const ExactNaps &) = delete;
+    ExactNaps &operator=(const ExactNaps &) = delete;
+};
 
 std::uint32_t processorCount()
 {
@@ -46,34 +74,36 @@ std::uint32_t WorkerPool::places() const noexcept
 /// has a place and looks for work.
 bool WorkerPool::watch(Sighting last)
 {
+    const ExactNaps exactNaps;
     int quiet = 0;
     for (;;) {
         std::this_thread::sleep_until(last.time + nap);
         const Sighting now = look();
-        const Crew::Roll roll = _crew.roll();
-        const std::uint64_t finished = now.finished - last.finished;
-        quiet = finished == 0 && _waiting.isEmpty() ? quiet + 1 : 0;
-        if (roll.active == 0 || roll.active >= places() || quiet > quietNaps) {
-            _crew.change([](Crew::Roll &current) { return std::exchange(current.hasSteward, false); });
+        quiet = now.finished == last.finished && _waiting.isEmpty() ? quiet + 1 : 0;
+        if (now.roll.active == 0 || now.roll.active >= places() || quiet > quietNaps) {
+            _crew.change([](Crew::Roll &roll) { return std::exchange(roll.hasSteward, false); });
             return false;
         }
-        if (bringIn(reinforcement(roll, now.time - last.time, finished)))
+        if (bringIn(reinforcement(last, now)))
             return true;
         last = now;
     }
 }
 
-/// How many more threads would help, after `finished` operations in `elapsed` time.
-std::uint32_t WorkerPool::reinforcement(const Crew::Roll &roll, Clock::duration elapsed, std::uint64_t finished)
+/// How many more threads would help, after what happened between two looks.
+std::uint32_t WorkerPool::reinforcement(const Sighting &last, const Sighting &now)
 {
-    if (roll.looking > 0 || _waiting.isEmpty())
+    const std::uint32_t active = now.roll.active;
+    // A thread that only comes to its place says nothing yet about the operations.
+    if (now.roll.looking > 0 || last.roll.looking > 0 || active > last.roll.active || _waiting.isEmpty())
         return 0;
-    if (finished < roll.active)
-        return std::max(firstReinforcement, 2 * roll.active);
-    const Clock::duration oneTakes = elapsed * roll.active / static_cast<Clock::rep>(finished);
-    if (oneTakes > worthAnotherThread && roll.active < processorCount())
+    const std::uint64_t finished = now.finished - last.finished;
+    if (finished < active)
+        return active == 1 ? firstReinforcement : growth * active;
+    const Clock::duration oneTakes = (now.time - last.time) * active / static_cast<Clock::rep>(finished);
+    if (oneTakes > worthAnotherThread && active < processorCount())
         return 1;
-    _surplus.store(oneTakes < tooShortForTwo ? roll.active - 1 : 0, std::memory_order_relaxed);
+    _surplus.store(oneTakes < tooShortForTwo ? active - 1 : 0, std::memory_order_relaxed);
     return 0;
 }
 

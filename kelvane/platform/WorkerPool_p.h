@@ -56,11 +56,11 @@ private:
     struct Sighting {
         Clock::time_point time;
         std::uint64_t finished = 0;
+        Crew::Roll roll;
     };
     /// What a thread is woken or made for. Workers own the place that they are called to.
     struct Call {
         Part part = Part::Leave;
-        std::uint32_t helpers = 0; // worker: how many others it calls first
         Sighting lastSight; // steward: how things stood when it was called
     };
     class Sleeper;
@@ -83,9 +83,9 @@ private:
 
     // The steward
     [[nodiscard]] bool watch(Sighting last);
-    [[nodiscard]] std::uint32_t reinforcement(const Crew::Roll &roll, Clock::duration elapsed, std::uint64_t finished);
+    [[nodiscard]] std::uint32_t reinforcement(const Sighting &last, const Sighting &now);
     [[nodiscard]] bool bringIn(std::uint32_t count);
-    [[nodiscard]] Sighting look() const { return {Clock::now(), _finished.load()}; }
+    [[nodiscard]] Sighting look() const { return {Clock::now(), _finished.load(), _crew.roll()}; }
     [[nodiscard]] std::uint32_t places() const noexcept;
 
     const String _threadName;
