@@ -10,9 +10,6 @@ namespace kelvane {
 
 namespace {
 
-// One lock for all items: each takes it once in its life, for a few instructions.
-std::mutex firstRecordLock;
-
 [[noreturn]] void raiseUnrecognised(const IDataItem &item, std::string_view operation)
 {
     throw Exception("UnrecognisedOperationException",
@@ -38,7 +35,7 @@ bool DataItem::becomeFirstRecord(const Object &record) const
 {
     if (_hasFirstRecord.load(std::memory_order_acquire))
         return false;
-    const std::lock_guard guard(firstRecordLock);
+    const std::lock_guard guard(_firstRecordLock);
     if (_hasFirstRecord.load(std::memory_order_relaxed))
         return false;
     _currentRecord.set(record);

@@ -108,7 +108,9 @@ private:
     detail::AtomicProperty<Object> _oldRecord;
     mutable detail::AtomicProperty<Object> _currentRecord;
     detail::AtomicProperty<Object> _tempRecord;
+    // Whether _currentRecord has been set; becomes true under the lock.
     mutable std::atomic<bool> _hasFirstRecord{false};
+    mutable detail::ByteLock _firstRecordLock;
 };
 
 } // namespace kelvane
