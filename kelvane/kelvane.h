@@ -24,3 +24,16 @@
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/ZenLogger.h>
+
+// data: editable items and observable lists
+#include <kelvane/data/DataItem.h>
+#include <kelvane/data/DataItemAction.h>
+#include <kelvane/data/DataItemChangeEventArgs.h>
+#include <kelvane/data/DataItemList.h>
+#include <kelvane/data/DataItemState.h>
+#include <kelvane/data/IDataItem.h>
+#include <kelvane/data/IDataItemList.h>
+#include <kelvane/data/IRootDeviceData.h>
+#include <kelvane/data/ObservableDataItemList.h>
+#include <kelvane/data/RootDeviceDataItem.h>
+#include <kelvane/data/TypedDataItem.h>
