@@ -15,17 +15,52 @@
 #include <kelvane/foundation/String.h>
 #include <kelvane/foundation/Value.h>
 
-// platform: operations, queues, locks and logs
+// platform: operations, queues, logs, processes, and what else the system gives
 #include <kelvane/platform/ConditionLock.h>
 #include <kelvane/platform/LogLevel.h>
 #include <kelvane/platform/Monitor.h>
 #include <kelvane/platform/Operation.h>
 #include <kelvane/platform/OperationQueue.h>
+#include <kelvane/platform/Pipe.h>
+#include <kelvane/platform/Process.h>
+#include <kelvane/platform/RunLoop.h>
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/ZenLogger.h>
 
-// data: editable items and observable lists
+// common: tasks and utilities
+#include <kelvane/common/AsyncExecuteCompletedArgs.h>
+#include <kelvane/common/AsyncExecuteProcessTask.h>
+#include <kelvane/common/AsyncResult.h>
+#include <kelvane/common/AsyncTask.h>
+#include <kelvane/common/AsyncTaskCallbackDelegate.h>
+#include <kelvane/common/AsyncTaskIOS.h>
+#include <kelvane/common/AsyncTaskResultCode.h>
+#include <kelvane/common/AsyncTaskState.h>
+#include <kelvane/common/AsyncTaskStepEvent.h>
+#include <kelvane/common/BaseAsyncTask.h>
+#include <kelvane/common/CancelOnSignal.h>
+#include <kelvane/common/DummyAsyncTask.h>
+#include <kelvane/common/IAsyncTask.h>
+#include <kelvane/common/IAsyncTask2.h>
+#include <kelvane/common/IAsyncTaskDelegate.h>
+#include <kelvane/common/IAsyncTaskStepEvent.h>
+#include <kelvane/common/IMultiAsyncTask.h>
+#include <kelvane/common/MultiAsyncTask.h>
+#include <kelvane/common/ParallelAsyncTask.h>
+#include <kelvane/common/SyncCompletedDelegate.h>
+#include <kelvane/common/SyncCompletedNotification.h>
+#include <kelvane/common/SyncItemAsyncTask.h>
+#include <kelvane/common/SyncItemCompletedDelegate.h>
+#include <kelvane/common/SyncItemCompletedNotification.h>
+#include <kelvane/common/SyncItemEvent.h>
+#include <kelvane/common/TaskAwaitable.h>
+#include <kelvane/common/TaskFuture.h>
+#include <kelvane/common/TaskObserver.h>
+#include <kelvane/common/TaskResult.h>
+#include <kelvane/common/TypedTask.h>
+
+// data: editable items and their lists
 #include <kelvane/data/DataItem.h>
 #include <kelvane/data/DataItemAction.h>
 #include <kelvane/data/DataItemChangeEventArgs.h>
