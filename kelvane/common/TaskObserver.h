@@ -14,12 +14,12 @@ namespace kelvane {
 ///
 /// Threads, ownership and errors are those of IAsyncTaskDelegate; each member left empty hears nothing.
 struct TaskObserver {
-    std::function<void(IAsyncTask &task, std::int32_t percent)> onProgress;
-    std::function<void(IAsyncTask &task, std::int64_t lenght)> onLenght;
-    std::function<void(IAsyncTask &task, IAsyncTaskStepEvent &event)> onStep;
-    std::function<void(IAsyncTask &task)> onFinished;
-    std::function<void(IAsyncTask &task)> onCancel;
-    std::function<void(IAsyncTask &task)> onWaiting;
+    std::function<void(IAsyncTask &task, std::int32_t percent)> onProgress{};
+    std::function<void(IAsyncTask &task, std::int64_t lenght)> onLenght{};
+    std::function<void(IAsyncTask &task, IAsyncTaskStepEvent &event)> onStep{};
+    std::function<void(IAsyncTask &task)> onFinished{};
+    std::function<void(IAsyncTask &task)> onCancel{};
+    std::function<void(IAsyncTask &task)> onWaiting{};
 };
 
 /// The delegate that hands its messages on to `observer`.
