@@ -3,6 +3,7 @@
 
 #include <kelvane/foundation/Export.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -45,10 +46,14 @@ public:
     void unlockWithCondition(int condition);
 
 private:
+    bool isFreeAt(int condition) const noexcept;
+    void release() noexcept;
+
     mutable std::mutex _mutex;
     std::condition_variable _changed;
-    int _condition; // guarded by _mutex, as is the next
-    bool _isHeld = false;
+    // Both are written under _mutex, and read without it only for a hint.
+    std::atomic<int> _condition;
+    std::atomic<bool> _isHeld{false};
 };
 
 } // namespace kelvane

@@ -15,6 +15,7 @@ OperationQueue::OperationQueue(std::int64_t maxConcurrentOperationCount)
 OperationQueue::~OperationQueue()
 {
     _pool->waitUntilIdle();
+    _pool->close();
 }
 
 void OperationQueue::addOperation(std::shared_ptr<Operation> operation)

@@ -22,7 +22,10 @@ private:
 
 SerialQueue::SerialQueue(String label) : _label(std::move(label)), _pool(std::make_shared<WorkerPool>(_label, 1)) {}
 
-SerialQueue::~SerialQueue() = default;
+SerialQueue::~SerialQueue()
+{
+    _pool->close();
+}
 
 const String &SerialQueue::label() const noexcept
 {
