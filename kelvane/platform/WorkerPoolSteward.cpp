@@ -26,6 +26,9 @@ constexpr std::chrono::microseconds nap{25};
 /// Naps without anything to do before the steward goes. Keeps it on duty through the gaps of a flood, in which the
 /// queue runs empty again and again.
 constexpr int quietNaps = 10;
+/// How long a flood of short operations may stand still: a thread that loses its processor to another program gets it
+/// back within that time, as a rule, and does not need help.
+constexpr std::chrono::milliseconds patienceWithShort{1};
 /// One thread that finishes nothing may just have lost its processor to another program; a few that all finish
 /// nothing are blocked.
 constexpr std::uint32_t firstReinforcement = 2;
@@ -75,33 +78,44 @@ std::uint32_t WorkerPool::places() const noexcept
 bool WorkerPool::watch(Sighting last)
 {
     const ExactNaps exactNaps;
+    Clock::duration patience = nap;
     int quiet = 0;
-    for (;;) {
-        std::this_thread::sleep_until(last.time + nap);
+    for (Clock::time_point wakeTime = last.time + nap;;) {
+        std::this_thread::sleep_until(wakeTime);
         const Sighting now = look();
-        quiet = now.finished == last.finished && _waiting.isEmpty() ? quiet + 1 : 0;
+        wakeTime = now.time + nap;
+
+        const std::uint64_t finished = now.finished - last.finished;
+        const bool isWaiting = !_waiting.isEmpty();
+        quiet = finished == 0 && !isWaiting ? quiet + 1 : 0;
         if (now.roll.active == 0 || now.roll.active >= places() || quiet > quietNaps) {
             _crew.change([](Crew::Roll &roll) { return std::exchange(roll.hasSteward, false); });
             return false;
         }
-        if (bringIn(reinforcement(last, now)))
+        if (finished == 0 && isWaiting && now.time - last.time < patience)
+            continue;
+
+        Clock::duration oneTakes = Clock::duration::max();
+        if (finished > 0) {
+            oneTakes = (now.time - last.time) * now.roll.active / static_cast<Clock::rep>(finished);
+            patience = oneTakes < worthAnotherThread ? patienceWithShort : nap;
+        }
+        if (bringIn(isWaiting ? reinforcement(last, now, oneTakes) : 0))
             return true;
         last = now;
     }
 }
 
-/// How many more threads would help, after what happened between two looks.
-std::uint32_t WorkerPool::reinforcement(const Sighting &last, const Sighting &now)
+/// How many more threads would help, judged by what happened between two looks.
+std::uint32_t WorkerPool::reinforcement(const Sighting &last, const Sighting &now, Clock::duration oneTakes)
 {
     const std::uint32_t active = now.roll.active;
     // A thread that only comes to its place says nothing yet about the operations.
-    if (now.roll.looking > 0 || last.roll.looking > 0 || active > last.roll.active || _waiting.isEmpty())
+    if (now.roll.looking > 0 || last.roll.looking > 0 || active > last.roll.active)
         return 0;
-    const std::uint64_t finished = now.finished - last.finished;
-    if (finished < active)
+    if (oneTakes == Clock::duration::max())
         return active == 1 ? firstReinforcement : growth * active;
-    const Clock::duration oneTakes = (now.time - last.time) * active / static_cast<Clock::rep>(finished);
-    if (oneTakes > worthAnotherThread && active < processorCount())
+    if (oneTakes > now.time - last.time || (oneTakes > worthAnotherThread && active < processorCount()))
         return 1;
     _surplus.store(oneTakes < tooShortForTwo ? active - 1 : 0, std::memory_order_relaxed);
     return 0;

@@ -83,7 +83,7 @@ private:
 
     // The steward
     [[nodiscard]] bool watch(Sighting last);
-    [[nodiscard]] std::uint32_t reinforcement(const Sighting &last, const Sighting &now);
+    [[nodiscard]] std::uint32_t reinforcement(const Sighting &last, const Sighting &now, Clock::duration oneTakes);
     [[nodiscard]] bool bringIn(std::uint32_t count);
     [[nodiscard]] Sighting look() const { return {Clock::now(), _finished.load(), _crew.roll()}; }
     [[nodiscard]] std::uint32_t places() const noexcept;
