@@ -12,6 +12,8 @@ namespace kelvane {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 /// Waiters look for a moment before they sleep: most of what is waited for on a busy queue ends within microseconds,
 /// while going to sleep and being woken costs ten.
 constexpr std::chrono::microseconds lookingTime{10};
@@ -48,7 +50,7 @@ bool ConditionLock::tryLock()
 
 void ConditionLock::lockWhenCondition(int condition)
 {
-    spinUntil([&] { return isFreeAt(condition); }, lookingTime);
+    spinUntil([&] { return isFreeAt(condition); }, Clock::now() + lookingTime);
     std::unique_lock guard(_mutex);
     _changed.wait(guard, [&] { return isFreeAt(condition); });
     _isHeld = true;
@@ -56,8 +58,10 @@ void ConditionLock::lockWhenCondition(int condition)
 
 bool ConditionLock::lockWhenCondition(int condition, std::chrono::steady_clock::time_point deadline)
 {
-    const auto left = deadline - std::chrono::steady_clock::now();
-    spinUntil([&] { return isFreeAt(condition); }, std::min<std::chrono::steady_clock::duration>(left, lookingTime));
+    const Clock::time_point now = Clock::now();
+    if (deadline <= now)
+        return tryLockWhenCondition(condition);
+    spinUntil([&] { return isFreeAt(condition); }, std::min(deadline, now + lookingTime));
     std::unique_lock guard(_mutex);
     if (!_changed.wait_until(guard, deadline, [&] { return isFreeAt(condition); }))
         return false;

@@ -16,10 +16,10 @@ inline void relaxProcessor() noexcept
 #endif
 }
 
-/// Polls `condition` for at most `time`, some microseconds: less than putting this thread to sleep and waking it
+/// Polls `condition` until `end`, some microseconds from now: less than putting this thread to sleep and waking it
 /// costs. Returns its last answer. Asks just once on a single processor, where nobody could change it meanwhile.
 template <class Condition>
-bool spinUntil(Condition &&condition, std::chrono::steady_clock::duration time)
+bool spinUntil(Condition &&condition, std::chrono::steady_clock::time_point end)
 {
     static const bool isWorthwhile = std::thread::hardware_concurrency() > 1;
     if (condition())
@@ -27,7 +27,6 @@ bool spinUntil(Condition &&condition, std::chrono::steady_clock::duration time)
     if (!isWorthwhile)
         return false;
     constexpr int pollsPerClockReading = 16;
-    const auto end = std::chrono::steady_clock::now() + time;
     do {
         for (int i = 0; i < pollsPerClockReading; ++i) {
             relaxProcessor();

@@ -282,7 +282,7 @@ void WorkerPool::run(std::shared_ptr<Operation> operation) noexcept
 /// Looks for the next operation for a moment. One thread is enough for that.
 bool WorkerPool::awaitOperation() const
 {
-    return _crew.roll().looking == 1 && spinUntil([this] { return !_waiting.isEmpty(); }, lookingTime);
+    return _crew.roll().looking == 1 && spinUntil([this] { return !_waiting.isEmpty(); }, Clock::now() + lookingTime);
 }
 
 /// Gives the place up if there are more workers than may be or are of use.
