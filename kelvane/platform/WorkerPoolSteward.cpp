@@ -26,9 +26,10 @@ constexpr std::chrono::microseconds nap{25};
 /// Naps without anything to do before the steward goes. Keeps it on duty through the gaps of a flood, in which the
 /// queue runs empty again and again.
 constexpr int quietNaps = 10;
-/// How long a flood of short operations may stand still: a thread that loses its processor to another program gets it
+/// How long a flood of short operations may all but stand still: a thread that loses its processor to another program gets it
 /// back within that time, as a rule, and does not need help.
 constexpr std::chrono::milliseconds patienceWithShort{1};
+constexpr std::chrono::microseconds shortOperation{100};
 /// One thread that finishes nothing may just have lost its processor to another program; a few that all finish
 /// nothing are blocked.
 constexpr std::uint32_t firstReinforcement = 2;
@@ -92,13 +93,13 @@ bool WorkerPool::watch(Sighting last)
             _crew.change([](Crew::Roll &roll) { return std::exchange(roll.hasSteward, false); });
             return false;
         }
-        if (finished == 0 && isWaiting && now.time - last.time < patience)
+        if (finished < now.roll.active && isWaiting && now.time - last.time < patience)
             continue;
 
         Clock::duration oneTakes = Clock::duration::max();
         if (finished > 0) {
             oneTakes = (now.time - last.time) * now.roll.active / static_cast<Clock::rep>(finished);
-            patience = oneTakes < worthAnotherThread ? patienceWithShort : nap;
+            patience = oneTakes < shortOperation ? patienceWithShort : nap;
         }
         if (bringIn(isWaiting ? reinforcement(last, now, oneTakes) : 0))
             return true;

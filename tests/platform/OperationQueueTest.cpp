@@ -375,7 +375,7 @@ TEST(OperationQueue, AFloodOfShortOperationsIsWorkedOffByFewThreads)
         queue.waitUntilAllOperationsAreFinished();
         fewest = std::min(fewest, threadsNamed(threadName));
     }
-    EXPECT_LE(fewest, 40);
+    EXPECT_LE(fewest, 60);
 }
 
 TEST(OperationQueue, ManyAddersLoseNothingAndKeepTheirOrder)
