@@ -14,9 +14,9 @@ class WorkerPool;
 
 /// Starts operations in the order in which they were added, up to a number of them at once, on threads of its own.
 ///
-/// The first operation makes the first thread. More are made only while operations wait although nothing has been
-/// taken from the queue for a moment, that is, while the running ones block; threads without work go away after a
-/// few seconds. So a flood of short operations is worked off by few threads, operations that block get a thread each
+/// The first operation makes the first thread. More are made only while operations wait although none of the running
+/// ones has ended for a moment, that is, while those block or are long; threads without work go away after a few
+/// seconds. So a flood of short operations is worked off by few threads, operations that block get a thread each
 /// within a fraction of a millisecond, and operations that wait for others in the queue are not locked up as long as
 /// fewer of them wait than the queue may run at once.
 ///
