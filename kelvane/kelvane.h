@@ -24,3 +24,9 @@
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/ZenLogger.h>
+// platform: the database connection
+#include <kelvane/platform/FMDatabase.h>
+#include <kelvane/platform/FMResultSet.h>
+
+// storage: databases
+#include <kelvane/storage/SqliteHelper.h>
