@@ -110,8 +110,9 @@ public:
 
     /// @selector executeUpdate: and executeUpdate:params:
     /// Begins a transaction, runs the statement, and commits if that succeeded or rolls back if not. True if the
-    /// statement succeeded, whatever became of the commit. A transaction that the caller began is not respected: it is
-    /// committed or rolled back with the statement.
+    /// statement succeeded, whatever became of the commit; one that failed leaves the transaction open (see
+    /// inTransaction()). A transaction that the caller began is not respected: it is committed or rolled back with the
+    /// statement.
     bool executeUpdate(const String &sql, const Array &params = nullptr);
     /// @selector executeScalar: and executeScalar:params:
     /// The first column of the first row; the null object for NULL, and where there is no row, null SQL or no
