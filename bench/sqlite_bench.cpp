@@ -43,6 +43,7 @@ const char *const tableSql = "SELECT * FROM media";
 
 struct Measured {
     double seconds;
+    double processorSeconds; // of the process in user and system mode: what a busy machine disturbs less
     double megabytes;
 };
 
@@ -61,6 +62,16 @@ double peakMegabytes()
     return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
+double processorSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval &time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
 /// Runs `prepare` and then, measured, `run` in a child process.
 Measured measure(const std::function<void()> &prepare, const std::function<void()> &run)
 {
@@ -70,10 +81,11 @@ Measured measure(const std::function<void()> &prepare, const std::function<void(
     if (child == 0) {
         prepare();
         const double before = peakMegabytes();
+        const double processorBefore = processorSeconds();
         const auto begin = std::chrono::steady_clock::now();
         run();
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-        const Measured measured{took.count(), peakMegabytes() - before};
+        const Measured measured{took.count(), processorSeconds() - processorBefore, peakMegabytes() - before};
         check(write(ends[1], &measured, sizeof measured) == sizeof measured, "write");
         _exit(0);
     }
@@ -220,29 +232,28 @@ void tableByHand(const std::string &path)
     sqlite3_close(database);
 }
 
-/// Runs both in pairs and prints medians: seconds and megabytes of each, and the ratio of the pairs.
+/// Runs both in pairs and prints medians: seconds and megabytes of each, and the ratios of the pairs.
 void compare(
     const char *name, int rounds, const std::function<Measured()> &here, const std::function<Measured()> &byHand)
 {
-    std::vector<double> hereSeconds, handSeconds, hereMegabytes, handMegabytes, timeRatios, memoryRatios;
+    std::vector<double> hereSeconds, handSeconds, timeRatios, processorRatios, memoryRatios;
     for (int round = 0; round < rounds; ++round) {
-        Measured mine{};
-        Measured other{};
-        if (round % 2 == 0)
-            mine = here(), other = byHand();
-        else
-            other = byHand(), mine = here();
+        const bool isHereFirst = round % 2 == 0;
+        const Measured first = isHereFirst ? here() : byHand();
+        const Measured second = isHereFirst ? byHand() : here();
+        const Measured &mine = isHereFirst ? first : second;
+        const Measured &other = isHereFirst ? second : first;
         hereSeconds.push_back(mine.seconds);
         handSeconds.push_back(other.seconds);
-        hereMegabytes.push_back(mine.megabytes);
-        handMegabytes.push_back(other.megabytes);
         timeRatios.push_back(mine.seconds / other.seconds);
-        memoryRatios.push_back(mine.megabytes / std::max(other.megabytes, 0.001));
+        processorRatios.push_back(mine.processorSeconds / other.processorSeconds);
+        memoryRatios.push_back(mine.megabytes / other.megabytes);
     }
     const auto [least, most] = std::minmax_element(timeRatios.begin(), timeRatios.end());
-    std::printf("%-16s kelvane %.3f s %6.0f MB   by hand %.3f s %6.0f MB   time x%.2f (%.2f to %.2f)  memory x%.2f\n",
-        name, median(hereSeconds), median(hereMegabytes), median(handSeconds), median(handMegabytes),
-        median(timeRatios), *least, *most, median(memoryRatios));
+    std::printf(
+        "%-16s kelvane %6.3f s, by hand %6.3f s: time x%.2f (%.2f to %.2f), processor time x%.2f, memory x%.2f\n", name,
+        median(hereSeconds), median(handSeconds), median(timeRatios), *least, *most, median(processorRatios),
+        median(memoryRatios));
     std::fflush(stdout);
 }
 

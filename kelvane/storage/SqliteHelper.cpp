@@ -86,14 +86,31 @@ std::shared_ptr<FMResultSet> SqliteHelper::firstRow(const String &sql, const Arr
     return results && results->next() ? results : nullptr;
 }
 
+/// Makes sure that there is a usable connection and begins a transaction on it; false where there is no connection.
+bool SqliteHelper::beginUpdate()
+{
+    // Intended: whether the transaction begins is not looked at. Within one of the caller's it does not, and the
+    // update then ends the caller's; applications that batch their updates use the connection itself.
+    //
+    // The connection is asked after the begin, because a question within the transaction takes no lock of its own,
+    // which is a good part of a small update. One that turns out bad is opened again, which ends what was begun.
+    if (_connection) {
+        _connection->beginTransaction();
+        if (_connection->goodConnection())
+            return true;
+    }
+    if (!goodConnection())
+        return false;
+    _connection->beginTransaction();
+    return true;
+}
+
 bool SqliteHelper::executeUpdate(const String &sql, const Array &params)
 {
-    if (sql.isNull() || !goodConnection())
+    if (sql.isNull() || !beginUpdate())
         return false;
-    // Intended: neither the begin nor the commit is looked at. Within a transaction of the caller's the begin fails,
-    // and the commit or rollback ends the caller's; applications that batch their updates use the connection itself.
-    _connection->beginTransaction();
     const bool succeeded = _connection->executeUpdate(sql, params);
+    // Intended: the outcome of the commit is not told. Callers take true as "the statement was right".
     if (succeeded)
         _connection->commit();
     else

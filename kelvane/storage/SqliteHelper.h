@@ -169,6 +169,7 @@ private:
 
     std::shared_ptr<FMResultSet> query(const String &sql, const Array &params);
     static void release(FMResultSet &results);
+    bool beginUpdate();
     [[nodiscard]] std::unique_ptr<FMDatabase> makeConnection() const;
 
     const String _dbPath;
