@@ -24,6 +24,7 @@
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/ZenLogger.h>
+
 // platform: the database connection
 #include <kelvane/platform/FMDatabase.h>
 #include <kelvane/platform/FMResultSet.h>
