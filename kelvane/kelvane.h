@@ -17,6 +17,8 @@
 
 // platform: operations, queues, logs, processes, and what else the system gives
 #include <kelvane/platform/ConditionLock.h>
+#include <kelvane/platform/FMDatabase.h>
+#include <kelvane/platform/FMResultSet.h>
 #include <kelvane/platform/LogLevel.h>
 #include <kelvane/platform/Monitor.h>
 #include <kelvane/platform/Operation.h>
@@ -72,3 +74,6 @@
 #include <kelvane/data/ObservableDataItemList.h>
 #include <kelvane/data/RootDeviceDataItem.h>
 #include <kelvane/data/TypedDataItem.h>
+
+// storage: databases and file copies
+#include <kelvane/storage/SqliteHelper.h>
