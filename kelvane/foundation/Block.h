@@ -32,6 +32,7 @@ public:
     constexpr Block(std::nullptr_t) noexcept {}
     /// Takes any callable, also one that only moves.
     template <detail::BodyFor<Block<R(Args...)>, R, Args...> Callable>
+    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): the concept keeps blocks themselves out
     Block(Callable &&callable)
         : _body(detail::Ref<Body>::adopt(new BodyOf<std::remove_cvref_t<Callable>>(std::forward<Callable>(callable))))
     {
@@ -61,10 +62,7 @@ private:
     };
     template <class Callable>
     struct BodyOf final : Body {
-        template <class Source>
-        explicit BodyOf(Source &&source) : callable(std::forward<Source>(source))
-        {
-        }
+        explicit BodyOf(Callable source) : callable(std::move(source)) {}
         R call(Args... args) override
         {
             if constexpr (std::is_void_v<R>)

@@ -70,6 +70,7 @@ public:
     }
     ~Ref()
     {
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): the analyzer does not follow the count
         if (_object && _object->release())
             T::destroy(_object);
     }
