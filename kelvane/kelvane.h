@@ -24,3 +24,10 @@
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/ZenLogger.h>
+
+// platform: file copy
+#include <kelvane/platform/FileCopy.h>
+
+// storage: file copier
+#include <kelvane/storage/FastFileCopyer.h>
+#include <kelvane/storage/FastFileCopyerDelegate.h>
