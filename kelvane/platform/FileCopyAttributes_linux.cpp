@@ -17,6 +17,12 @@ constexpr const char *accessAclName = "system.posix_acl_access";
 constexpr const char *defaultAclName = "system.posix_acl_default";
 constexpr const char *capabilityName = "security.capability";
 
+// What is carried in another way: XFS shows root its access control lists a second time under this name.
+bool isElsewhere(std::string_view name)
+{
+    return name.starts_with("system.") || name.starts_with("trusted.SGI_ACL_");
+}
+
 // The system's own limit for the list of names and for a value (XATTR_LIST_MAX, XATTR_SIZE_MAX). Both fit into the
 // session's buffer, which nobody else uses meanwhile.
 constexpr std::size_t xattrLimit = 64 * 1024;
@@ -80,7 +86,7 @@ CopyStep FileCopyAttributes::copyXattrs()
             _defaultAcl = true;
         else if (std::strcmp(name, capabilityName) == 0)
             _capability = _session.has(COPYFILE_XATTR);
-        else if (_session.has(COPYFILE_XATTR) && !std::string_view(name).starts_with("system.")) {
+        else if (_session.has(COPYFILE_XATTR) && !isElsewhere(name)) {
             if (copyXattr(name) == CopyStep::Stop)
                 return CopyStep::Stop;
         }
