@@ -107,6 +107,7 @@ void makeTree(const fs::path &root, bool attributes)
 
 int main(int count, char **arguments)
 {
+    (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const int rounds = count > 1 ? std::max(1, std::atoi(arguments[1])) : 7;
     std::string folder = (fs::path(count > 2 ? arguments[2] : fs::temp_directory_path().c_str()) / "copy-bench-XXXXXX");
     if (!mkdtemp(folder.data()))

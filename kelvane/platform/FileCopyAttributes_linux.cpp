@@ -116,14 +116,17 @@ mode_t FileCopyAttributes::copyOwner(const struct stat &info)
 {
     constexpr mode_t allBits = 07777;
     const mode_t mode = info.st_mode & allBits;
+    // Asking is cheaper than setting what is there already, and most often it is.
+    struct stat made {};
+    if (fstat(_out, &made) == 0 && made.st_uid == info.st_uid && made.st_gid == info.st_gid)
+        return mode;
     if (fchown(_out, info.st_uid, info.st_gid) == 0)
         return mode;
-    (void)!fchown(_out, static_cast<uid_t>(-1), info.st_gid);
-    struct stat made {};
-    if (fstat(_out, &made) != 0)
-        return mode & ~static_cast<mode_t>(S_ISUID | S_ISGID);
-    return mode
-        & ~static_cast<mode_t>((made.st_uid == info.st_uid ? 0 : S_ISUID) | (made.st_gid == info.st_gid ? 0 : S_ISGID));
+    if (made.st_gid != info.st_gid && fchown(_out, static_cast<uid_t>(-1), info.st_gid) == 0)
+        made.st_gid = info.st_gid;
+    const mode_t userBit = made.st_uid == info.st_uid ? 0 : S_ISUID;
+    const mode_t groupBit = made.st_gid == info.st_gid ? 0 : S_ISGID;
+    return mode & ~(userBit | groupBit);
 }
 
 CopyStep FileCopyAttributes::copyStat(const struct stat &info)
