@@ -25,7 +25,7 @@ bool isElsewhere(std::string_view name)
 
 // The system's own limit for the list of names and for a value (XATTR_LIST_MAX, XATTR_SIZE_MAX). Both fit into the
 // session's buffer, which nobody else uses meanwhile.
-constexpr std::size_t xattrLimit = 64 * 1024;
+constexpr std::size_t xattrLimit = std::size_t{64} << 10;
 
 bool needsPrivilege(std::string_view name)
 {

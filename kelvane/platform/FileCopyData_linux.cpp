@@ -16,13 +16,13 @@ namespace {
 constexpr int writeAttempts = 3;
 
 // Below this size the two system calls of a read and a write are faster than setting up a copy inside the kernel.
-constexpr off_t smallFile = 64 * 1024;
+constexpr off_t smallFile = off_t{64} << 10;
 
 // The kernel does not return before a block is copied, and nobody can cancel meanwhile. A block therefore grows only
 // while one takes less than a quarter of the 50 ms that a person who cancels should wait at most.
-constexpr std::size_t smallestBlock = 64 * 1024;
-constexpr std::size_t firstBlock = 256 * 1024;
-constexpr std::size_t largestBlock = 16 * 1024 * 1024;
+constexpr std::size_t smallestBlock = std::size_t{64} << 10;
+constexpr std::size_t firstBlock = std::size_t{256} << 10;
+constexpr std::size_t largestBlock = std::size_t{16} << 20;
 constexpr std::chrono::milliseconds quickBlock{12};
 constexpr std::chrono::milliseconds slowBlock{25};
 

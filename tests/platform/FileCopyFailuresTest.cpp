@@ -19,7 +19,7 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr std::size_t mebibyte = 1024 * 1024;
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
 class FileCopyFailures : public testing::Test {
 protected:

@@ -14,7 +14,7 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr std::size_t mebibyte = 1024 * 1024;
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
 class FileCopyStages : public testing::Test {
 protected:

@@ -15,7 +15,7 @@ using testing::ElementsAre;
 
 namespace {
 
-constexpr std::size_t mebibyte = 1024 * 1024;
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
 /// A fresh file system in a folder, unmounted when the object goes. Tests that get none skip themselves.
 class MountedSystem {
