@@ -17,6 +17,7 @@
 
 // platform: operations, queues, logs, processes, and what else the system gives
 #include <kelvane/platform/ConditionLock.h>
+#include <kelvane/platform/FileCopy.h>
 #include <kelvane/platform/FMDatabase.h>
 #include <kelvane/platform/FMResultSet.h>
 #include <kelvane/platform/LogLevel.h>
@@ -76,4 +77,6 @@
 #include <kelvane/data/TypedDataItem.h>
 
 // storage: databases and file copies
+#include <kelvane/storage/FastFileCopyer.h>
+#include <kelvane/storage/FastFileCopyerDelegate.h>
 #include <kelvane/storage/SqliteHelper.h>

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: Apache-2.0
+// The same copies on file systems of several kinds, in images that the test makes and mounts.
+#include <kelvane/platform/FileCopy.h>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/xattr.h>
+#include <tests/support/CopyRecorder.h>
+#include <tests/support/TemporaryFolder.h>
+#include <unistd.h>
+
+using namespace kelvane;
+using namespace kelvane::testsupport;
+using testing::ElementsAre;
+
+namespace {
+
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
+
+/// A fresh file system in a folder, unmounted when the object goes. Tests that get none skip themselves.
+class MountedSystem {
+public:
+    MountedSystem(const std::string &kind, const std::string &size) : _point(_folder.path("mounted"))
+    {
+        std::filesystem::create_directory(_point);
+        const std::string image = "'" + _folder.path("image").native() + "'";
+        const std::string point = " '" + _point.native() + "'";
+        const std::string make = kind == "tmpfs" ? "mount -t tmpfs -o size=" + size + " tmpfs" + point
+                                                 : "truncate -s " + size + " " + image + " && mkfs." + kind
+                + (kind == "ext4" ? " -qF " : " -qf ") + image + " && mount -o loop " + image + point;
+        std::tie(_output, _mounted) = geteuid() == 0 ? shell(make) : std::pair("mounting needs root", false);
+    }
+    ~MountedSystem()
+    {
+        if (_mounted)
+            (void)shell("umount '" + _point.native() + "'");
+    }
+    MountedSystem(const MountedSystem &) = delete;
+    MountedSystem &operator=(const MountedSystem &) = delete;
+
+    [[nodiscard]] explicit operator bool() const { return _mounted; }
+    [[nodiscard]] const std::string &reason() const { return _output; }
+    [[nodiscard]] const std::filesystem::path &path() const { return _point; }
+    [[nodiscard]] std::filesystem::path image() const { return _folder.path("image"); }
+    [[nodiscard]] bool remount()
+    {
+        _mounted = false;
+        if (!shell("umount '" + _point.native() + "'").second)
+            return false;
+        return true;
+    }
+    [[nodiscard]] bool mountAgain()
+    {
+        _mounted = shell("mount -o loop '" + image().native() + "' '" + _point.native() + "'").second;
+        return _mounted;
+    }
+
+private:
+    const TemporaryFolder _folder;
+    const std::filesystem::path _point;
+    std::string _output;
+    bool _mounted = false;
+};
+
+void makeTree(const std::filesystem::path &root)
+{
+    std::filesystem::create_directories(root / "inner" / "empty");
+    writeFile(root / "inner" / "zero", "");
+    writeFile(root / "inner" / "small", "content");
+    writeFile(root / "large", pattern(5 * mebibyte + 11));
+    std::filesystem::create_hard_link(root / "large", root / "inner" / "again");
+    std::filesystem::create_symlink("../large", root / "inner" / "link");
+    (void)setxattr((root / "large").c_str(), "user.note", "value", 5, 0); // tmpfs of older systems has none
+    (void)shell("setfacl -m u:1234:rw '" + (root / "inner" / "small").native() + "'");
+    const int sparse = open((root / "sparse").c_str(), O_CREAT | O_WRONLY, 0640);
+    EXPECT_EQ(pwrite(sparse, "x", 1, 4 * mebibyte), 1);
+    EXPECT_EQ(ftruncate(sparse, 16 * mebibyte), 0);
+    close(sparse);
+}
+
+} // namespace
+
+struct SystemCase {
+    const char *name;
+    const char *size;
+    bool clones;
+};
+
+class FileCopySystems : public testing::TestWithParam<SystemCase> {};
+
+TEST_P(FileCopySystems, ATreeIsTheSameAfterwards)
+{
+    const MountedSystem system(GetParam().name, GetParam().size);
+    if (!system)
+        GTEST_SKIP() << "no " << GetParam().name << " here: " << system.reason();
+    makeTree(system.path() / "from");
+    CopyRecorder copy;
+    EXPECT_EQ(copy.copy(system.path() / "from", system.path() / "to", CopyRecorder::treeFlags), 0);
+    EXPECT_EQ(copy.state.failedCount(), 0U);
+    EXPECT_LE(statOf(system.path() / "to" / "sparse").st_blocks, 2048);
+    if (haveRsync()) {
+        EXPECT_EQ(differences(system.path() / "from", system.path() / "to"), "");
+    }
+    // A clone shares the source's blocks at once and has nothing to report.
+    EXPECT_EQ(copy.count("Data Progress") == 0, GetParam().clones);
+}
+
+TEST_P(FileCopySystems, ATreeFromAnotherSystemIsTheSameAfterwards)
+{
+    const MountedSystem system(GetParam().name, GetParam().size);
+    if (!system)
+        GTEST_SKIP() << "no " << GetParam().name << " here: " << system.reason();
+    const TemporaryFolder folder;
+    makeTree(folder.path("from"));
+    CopyRecorder copy;
+    EXPECT_EQ(copy.copy(folder.path("from"), system.path() / "to", CopyRecorder::treeFlags), 0);
+    EXPECT_EQ(copy.state.failedCount(), 0U);
+    EXPECT_GT(copy.count("Data Progress"), 0);
+    if (haveRsync()) {
+        EXPECT_EQ(differences(folder.path("from"), system.path() / "to"), "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(On, FileCopySystems,
+    testing::Values(SystemCase{"ext4", "100M", false}, SystemCase{"tmpfs", "100M", false},
+        SystemCase{"xfs", "400M", true}, SystemCase{"btrfs", "200M", true}),
+    [](const auto &row) { return std::string(row.param.name); });
+
+TEST(FileCopyFullDisk, FailsTheFileAfterThreeAttemptsAndLeavesNoneOfIt)
+{
+    const MountedSystem system("tmpfs", "1M");
+    if (!system)
+        GTEST_SKIP() << "no small disk here: " << system.reason();
+    const TemporaryFolder folder;
+    writeFile(folder.path("from"), pattern(3 * mebibyte));
+    CopyRecorder copy;
+    EXPECT_EQ(copy.copy(folder.path("from"), system.path() / "to", CopyRecorder::fileFlags), -1);
+    EXPECT_EQ(copy.error, ENOSPC);
+    EXPECT_EQ(copy.count("Data Error"), 3);
+    EXPECT_TRUE(std::filesystem::is_empty(system.path()));
+    EXPECT_EQ(std::filesystem::space(system.path()).free, mebibyte) << "its blocks are free again";
+}
+
+TEST(FileCopyDamagedDisk, AReadErrorFailsTheFile)
+{
+    MountedSystem system("btrfs", "200M");
+    if (!system)
+        GTEST_SKIP() << "no disk here that notices damage: " << system.reason();
+    const std::string mark = "kelvane-mark-of-the-block-to-damage";
+    std::string content = pattern(4 * mebibyte);
+    content.replace(2 * mebibyte, mark.size(), mark);
+    writeFile(system.path() / "from", content);
+    if (!system.remount())
+        GTEST_SKIP() << "cannot unmount";
+    std::string image = readFile(system.image());
+    const std::size_t at = image.find(mark);
+    ASSERT_NE(at, std::string::npos);
+    std::fstream(system.image(), std::ios::in | std::ios::out | std::ios::binary).seekp(static_cast<std::streamoff>(at))
+        << "damaged";
+    ASSERT_TRUE(system.mountAgain());
+    const TemporaryFolder folder;
+    CopyRecorder copy;
+    EXPECT_EQ(copy.copy(system.path() / "from", folder.path("to"), CopyRecorder::fileFlags), -1);
+    EXPECT_EQ(copy.error, EIO);
+    EXPECT_EQ(copy.count("Data Error"), 1);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
