@@ -47,7 +47,7 @@ struct DateCase {
     const char *date;
 };
 
-class DatesAtGreenwich : public testing::TestWithParam<DateCase> { };
+class DatesAtGreenwich : public testing::TestWithParam<DateCase> {};
 
 TEST_P(DatesAtGreenwich, AreFoundAsWritten)
 {
