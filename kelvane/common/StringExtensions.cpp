@@ -5,6 +5,7 @@
 #include <kelvane/foundation/detail/Utf8.h>
 #include <kelvane/foundation/Value.h>
 #include <kelvane/platform/Paths.h>
+#include <kelvane/platform/SystemVersion.h>
 
 #include <algorithm>
 #include <string>
@@ -184,6 +185,8 @@ String pathCombine(const String &text, const String &component)
 
 Date dateValue(const String &text) noexcept
 {
+    if (!SystemVersion::current().isAtLeast(10, 7))
+        return {};
     return detail::lastDateIn(text.view());
 }
 

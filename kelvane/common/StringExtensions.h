@@ -95,11 +95,11 @@ namespace kelvane {
 /// Read are: ISO 8601 (2012-05-03, 2012-05-03T14:05:00.5+02:00, 20120503T140500Z, 20120503 from 1900 to 2099), the
 /// dates of e-mail and HTTP headers, "3 May 2012", "3rd of May, 2012", "May 3rd, 2012", 2012/05/03, 05/03/2012 (the
 /// month comes first), 3.5.2012 (the day comes first). A time may follow (14:05, 14:05:30, 2:05 pm, 2pm) and a
-/// zone after it (Z, GMT, UTC, EST and its like, +02:00, +0200). Month names are English. Bare numbers, versions, prices, times
-/// without a date, dates without a year and relative words ("tomorrow") are no dates.
+/// zone after it (Z, GMT, UTC, EST and its like, +02:00, +0200). Month names are English. Bare numbers, versions,
+/// prices, times without a date, dates without a year and relative words ("tomorrow") are no dates.
 ///
 /// A date without a time is noon, and a time without a zone is meant, in the local time zone. Takes time linear in
-/// the length of the text.
+/// the length of the text. Null for every text on systems before 10.7 (see SystemVersion).
 [[nodiscard]] KELVANE_EXPORT Date dateValue(const String &text) noexcept;
 
 } // namespace kelvane

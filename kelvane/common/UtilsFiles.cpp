@@ -5,8 +5,10 @@
 #include <kelvane/platform/detail/FileAttributes.h>
 #include <kelvane/platform/Paths.h>
 
+#include <chrono>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 #include <sys/statvfs.h>
 
@@ -71,6 +73,26 @@ std::int64_t Utils::getFreeSpaceInVolume(const String &path) noexcept
     if (!name || statvfs(name, &status) != 0)
         return 0;
     return static_cast<std::int64_t>(status.f_bavail * status.f_frsize);
+}
+
+bool Utils::isSameFile(const String &path, const String &dstPath) noexcept
+{
+    const auto first = detail::fileAttributes(path);
+    const auto second = detail::fileAttributes(dstPath);
+    return first && second && first->size == second->size && first->modified == second->modified;
+}
+
+void Utils::waitFileExsit(const String &path, std::int32_t seconds)
+{
+    // Intended: what is counted is the sleeps, and the first comes before the first look. Callers have just asked
+    // somebody else to make the file.
+    constexpr std::int64_t step = 10'000; // microseconds
+    for (std::int64_t elapsed = 0;;) {
+        std::this_thread::sleep_for(std::chrono::microseconds(step));
+        elapsed += step;
+        if (elapsed >= std::int64_t{seconds} * 1'000'000 || fileExsit(path))
+            return;
+    }
 }
 
 String Utils::getFileName(const String &path)

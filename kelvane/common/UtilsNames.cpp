@@ -1,76 +1,122 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/Utils.h>
 
-#include <kelvane/platform/detail/RandomNumber.h>
+#include <kelvane/common/StringExtensions.h>
+#include <kelvane/foundation/detail/Utf8.h>
 #include <kelvane/platform/Paths.h>
 
 #include <algorithm>
-#include <cassert>
 #include <iterator>
+#include <string>
 #include <string_view>
+#include <utility>
 
-#include <uuid/uuid.h>
+#include <openssl/evp.h>
 
 namespace kelvane {
 
 namespace {
 
-using namespace std::string_view_literals;
-
 constexpr std::string_view audioExtensions[] = {"mp3", "wav", "aac", "aif", "m4r", "aiff", "m4a", "m4b", "m4p"};
 constexpr std::string_view videoExtensions[] = {"mp4", "mov", "m4v", "m4a", "3gp"};
 
-/// No extension of the tables has other letters than those of ASCII.
-std::string lowerCaseExtension(const String &path)
+// Intended: the kinds of "aac", "3gp" and both "m4b", of which the first counts. Devices show these words.
+constexpr std::pair<std::string_view, const char *> mediaKinds[] = {{"mp3", "MPEG Audio"}, {"aac", "MPEG Audio"},
+    {"mp4", "MPEG-4 Video"}, {"m4b", "MPEG-4 Video"}, {"m4p", "MPEG-4 Video"}, {"3gp", "MPEG Audio"},
+    {"m4v", "MPEG-4 Video"}, {"mov", "Movie"}, {"m4a", "AAC Audio"}, {"m4b", "AAC Audio"}, {"m4r", "Ringtone"},
+    {"wav", "Wav Audio"}, {"aif", "Aif Audio"}};
+
+/// In lower case; no extension of the tables has other letters than those of ASCII.
+std::string lowerCase(const String &text)
 {
-    std::string extension = pathExtension(path).str();
+    std::string lower = text.str();
     std::ranges::transform(
-        extension, extension.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return extension;
+        lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return lower;
+}
+
+/// What `value` contributes to a joined text.
+String joinedText(const Value &value)
+{
+    if (!value.isPresent())
+        return {};
+    const String text = value.stringValue();
+    return text.isNull() ? value.description() : text;
 }
 
 } // namespace
 
+bool CharInArray(char character, std::string_view characters) noexcept
+{
+    return characters.find(character) != std::string_view::npos;
+}
+
 bool Utils::isAudio(const String &path)
 {
-    return std::ranges::find(audioExtensions, lowerCaseExtension(path)) != std::end(audioExtensions);
+    return std::ranges::find(audioExtensions, lowerCase(pathExtension(path))) != std::end(audioExtensions);
 }
 
 bool Utils::isVideo(const String &path)
 {
-    return std::ranges::find(videoExtensions, lowerCaseExtension(path)) != std::end(videoExtensions);
+    return std::ranges::find(videoExtensions, lowerCase(pathExtension(path))) != std::end(videoExtensions);
 }
 
-String Utils::getRandomMusicName(std::uint32_t count)
+String Utils::GetMediaKind(const String &extension)
 {
-    assert(count > 0);
-    const std::uint32_t folder = count == 0 ? 0 : detail::randomNumber(count);
-    const String number = String::number(std::uint64_t{folder});
-    return String::concat({folder < 10 ? "F0"sv : "F"sv, number.view()});
+    const std::string wanted = lowerCase(trimStart(extension, "."));
+    for (const auto &[known, kind] : mediaKinds) {
+        if (known == wanted)
+            return kind;
+    }
+    return "";
 }
 
-String Utils::getRandomFolderName()
+std::uint32_t Utils::GetExtension(const String &extension) noexcept
 {
-    return getRandomMusicName(100);
+    return fourCharCode(extension);
 }
 
-String Utils::getRandomFileName()
+String Utils::replaceInvalidChars(const String &text, char replacement)
 {
-    constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    char name[4];
-    // Intended: the index is below 25, so that there is no "Z". Names on devices in use were drawn so.
-    for (char &letter : name)
-        letter = letters[detail::randomNumber(25)];
-    return std::string_view(name, std::size(name));
+    // Intended: byte by byte, so that "é" comes back as two characters. Names on devices in use were made so.
+    std::string replaced;
+    replaced.reserve(text.size());
+    for (const char c : text.view())
+        detail::appendUtf8(replaced, static_cast<unsigned char>(CharInArray(c, "/<>:\\ ") ? replacement : c));
+    return replaced;
 }
 
-String Utils::genUUIDString()
+String Utils::join(const String &separator, const Array &values)
 {
-    uuid_t bytes;
-    char text[UUID_STR_LEN];
-    uuid_generate_random(bytes);
-    uuid_unparse_upper(bytes, text);
-    return text;
+    if (separator.isNull())
+        return "";
+    std::string joined;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (i > 0)
+            joined += separator.view();
+        joined += joinedText(values[i]).view();
+    }
+    return joined;
+}
+
+String Utils::fileMD5(const Data &data)
+{
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int size = 0;
+    const bool isDone =
+        !data.isNull() && EVP_Digest(data.view().data(), data.size(), digest, &size, EVP_md5(), nullptr) == 1;
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string hex;
+    for (unsigned int i = 0; isDone && i < size; ++i) {
+        hex.push_back(digits[digest[i] >> 4]);
+        hex.push_back(digits[digest[i] & 15]);
+    }
+    return hex;
+}
+
+Value Utils::transformItemIDToNumber(std::int64_t itemId) noexcept
+{
+    return itemId;
 }
 
 } // namespace kelvane

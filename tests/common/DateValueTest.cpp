@@ -1,40 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/StringExtensions.h>
 
+#include <kelvane/platform/SystemVersion.h>
+#include <tests/support/LocalZone.h>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <ctime>
 #include <string>
 
 namespace kelvane {
 namespace {
 
-/// Sets the local time zone of the process as long as it lives.
-class LocalZone {
-public:
-    explicit LocalZone(const char *name)
-    {
-        if (const char *before = std::getenv("TZ"))
-            _before = before;
-        setenv("TZ", name, 1);
-        tzset();
-    }
-    ~LocalZone()
-    {
-        if (_before.isNull())
-            unsetenv("TZ");
-        else
-            setenv("TZ", _before.c_str(), 1);
-        tzset();
-    }
-    LocalZone(const LocalZone &) = delete;
-    LocalZone &operator=(const LocalZone &) = delete;
-
-private:
-    String _before;
-};
+using testsupport::LocalZone;
 
 std::string found(const String &text)
 {
@@ -122,6 +100,15 @@ INSTANTIATE_TEST_SUITE_P(NoDates, DatesAtGreenwich,
 TEST(DateValue, OfNullIsNull)
 {
     EXPECT_TRUE(dateValue(nullptr).isNull());
+}
+
+TEST(DateValue, IsNullOnSystemsBeforeDateDetectors)
+{
+    const SystemVersion before = SystemVersion::setCurrent({10, 6});
+    EXPECT_EQ(found("2012-05-03T14:05Z"), "none");
+    SystemVersion::setCurrent({10, 7});
+    EXPECT_EQ(found("2012-05-03T14:05Z"), "2012-05-03T14:05:00Z");
+    SystemVersion::setCurrent(before);
 }
 
 TEST(DateValue, KeepsFractionsOfASecond)

@@ -13,6 +13,7 @@ namespace kelvane::detail {
 struct FileAttributes {
     std::uint64_t size; ///< bytes
     bool isFolder;
+    bool isRegular;
     Date created; ///< null where the file system keeps no such date
     Date modified;
 };
