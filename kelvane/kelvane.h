@@ -24,3 +24,24 @@
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/ZenLogger.h>
+
+// platform: files, property lists, formats, identifiers, what the system says of itself
+#include <kelvane/platform/Bundle.h>
+#include <kelvane/platform/CalendarDate.h>
+#include <kelvane/platform/DateFormatter.h>
+#include <kelvane/platform/FileHandle.h>
+#include <kelvane/platform/Paths.h>
+#include <kelvane/platform/PropertyList.h>
+#include <kelvane/platform/StringEncoding.h>
+#include <kelvane/platform/SystemVersion.h>
+#include <kelvane/platform/Uuid.h>
+
+// common: utilities
+#include <kelvane/common/Base64Encode.h>
+#include <kelvane/common/CollectionExtensions.h>
+#include <kelvane/common/Guid.h>
+#include <kelvane/common/PerformanceTimer.h>
+#include <kelvane/common/RandomIdentifier.h>
+#include <kelvane/common/StringExtensions.h>
+#include <kelvane/common/Utils.h>
+#include <kelvane/common/Version.h>

@@ -40,7 +40,7 @@ Value firstObject(const Array &array)
 Value find(const Array &array, const Block<int(const Value &, const Value &)> &compare)
 {
     // The array is held, because the comparison may change the caller's.
-    const Array held = array;
+    const Array held = array; // NOLINT(performance-unnecessary-copy-initialization)
     const Value *first =
         std::min_element(held.begin(), held.end(), [&](const Value &a, const Value &b) { return compare(a, b) < 0; });
     return first == held.end() ? Value() : *first;
