@@ -21,7 +21,7 @@ std::shared_ptr<Guid> Guid::initWithUUIDString(const String &text)
 {
     if (text.isNull())
         return nullptr;
-    return std::shared_ptr<Guid>(new Guid(Uuid::fromString(text)));
+    return std::make_shared<Guid>(Uuid::fromString(text));
 }
 
 std::shared_ptr<Guid> Guid::initWithUUIDBytes(const std::uint8_t *bytes)
@@ -35,7 +35,7 @@ std::shared_ptr<Guid> Guid::initWithUUIDBytes(const std::uint8_t *bytes)
 
 std::shared_ptr<Guid> Guid::initWithCFUUIDRef(const std::optional<Uuid> &uuid)
 {
-    return uuid ? std::shared_ptr<Guid>(new Guid(uuid)) : nullptr;
+    return uuid ? std::make_shared<Guid>(uuid) : nullptr;
 }
 
 String Guid::valueToGuidString(const Value &value)

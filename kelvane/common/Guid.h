@@ -22,6 +22,8 @@ class KELVANE_EXPORT Guid {
 public:
     /// Generates a new UUID.
     Guid() noexcept : _uuid(Uuid::generate()) {}
+    /// Holds that UUID, or none.
+    explicit Guid(const std::optional<Uuid> &uuid) noexcept : _uuid(uuid) {}
 
     /// A new one.
     [[nodiscard]] static std::shared_ptr<Guid> UUID();
@@ -47,8 +49,6 @@ public:
     [[nodiscard]] Data UUIDData() const;
 
 private:
-    explicit Guid(const std::optional<Uuid> &uuid) noexcept : _uuid(uuid) {}
-
     const std::optional<Uuid> _uuid;
 };
 

@@ -139,7 +139,7 @@ public:
     [[nodiscard]] static String stringFromDate(const String &format, Date date);
     /// The one formatter of the process that the two above use. Hold shareFormatterLock() as long as you use it.
     [[nodiscard]] static DateFormatter &shareFormatter();
-    [[nodiscard]] static std::recursive_mutex &shareFormatterLock() noexcept;
+    [[nodiscard]] static std::recursive_mutex &shareFormatterLock();
 
     // Media kinds and names
 

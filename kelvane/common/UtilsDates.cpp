@@ -88,7 +88,7 @@ DateFormatter &Utils::shareFormatter()
     return shared;
 }
 
-std::recursive_mutex &Utils::shareFormatterLock() noexcept
+std::recursive_mutex &Utils::shareFormatterLock()
 {
     static std::recursive_mutex &lock = *new std::recursive_mutex;
     return lock;

@@ -7,6 +7,8 @@
 #include <kelvane/platform/Paths.h>
 #include <kelvane/platform/PropertyList.h>
 
+#include <cstdint>
+#include <span>
 #include <utility>
 
 namespace kelvane {

@@ -4,6 +4,7 @@
 #include <kelvane/foundation/detail/Utf8.h>
 #include <kelvane/platform/PropertyList.h>
 
+#include <algorithm>
 #include <string>
 
 namespace kelvane::detail {
