@@ -16,19 +16,28 @@
 #include <kelvane/foundation/Value.h>
 
 // platform: operations, queues, logs, processes, and what else the system gives
+#include <kelvane/platform/Bundle.h>
+#include <kelvane/platform/CalendarDate.h>
 #include <kelvane/platform/ConditionLock.h>
+#include <kelvane/platform/DateFormatter.h>
 #include <kelvane/platform/FileCopy.h>
+#include <kelvane/platform/FileHandle.h>
 #include <kelvane/platform/FMDatabase.h>
 #include <kelvane/platform/FMResultSet.h>
 #include <kelvane/platform/LogLevel.h>
 #include <kelvane/platform/Monitor.h>
 #include <kelvane/platform/Operation.h>
 #include <kelvane/platform/OperationQueue.h>
+#include <kelvane/platform/Paths.h>
 #include <kelvane/platform/Pipe.h>
 #include <kelvane/platform/Process.h>
+#include <kelvane/platform/PropertyList.h>
 #include <kelvane/platform/RunLoop.h>
 #include <kelvane/platform/SerialQueue.h>
+#include <kelvane/platform/StringEncoding.h>
 #include <kelvane/platform/SystemLog.h>
+#include <kelvane/platform/SystemVersion.h>
+#include <kelvane/platform/Uuid.h>
 #include <kelvane/platform/ZenLogger.h>
 
 // common: tasks and utilities
@@ -41,9 +50,12 @@
 #include <kelvane/common/AsyncTaskResultCode.h>
 #include <kelvane/common/AsyncTaskState.h>
 #include <kelvane/common/AsyncTaskStepEvent.h>
+#include <kelvane/common/Base64Encode.h>
 #include <kelvane/common/BaseAsyncTask.h>
 #include <kelvane/common/CancelOnSignal.h>
+#include <kelvane/common/CollectionExtensions.h>
 #include <kelvane/common/DummyAsyncTask.h>
+#include <kelvane/common/Guid.h>
 #include <kelvane/common/IAsyncTask.h>
 #include <kelvane/common/IAsyncTask2.h>
 #include <kelvane/common/IAsyncTaskDelegate.h>
@@ -51,6 +63,9 @@
 #include <kelvane/common/IMultiAsyncTask.h>
 #include <kelvane/common/MultiAsyncTask.h>
 #include <kelvane/common/ParallelAsyncTask.h>
+#include <kelvane/common/PerformanceTimer.h>
+#include <kelvane/common/RandomIdentifier.h>
+#include <kelvane/common/StringExtensions.h>
 #include <kelvane/common/SyncCompletedDelegate.h>
 #include <kelvane/common/SyncCompletedNotification.h>
 #include <kelvane/common/SyncItemAsyncTask.h>
@@ -62,6 +77,8 @@
 #include <kelvane/common/TaskObserver.h>
 #include <kelvane/common/TaskResult.h>
 #include <kelvane/common/TypedTask.h>
+#include <kelvane/common/Utils.h>
+#include <kelvane/common/Version.h>
 
 // data: editable items and their lists
 #include <kelvane/data/DataItem.h>

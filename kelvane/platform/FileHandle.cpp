@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <kelvane/platform/FileHandle.h>
+
+#include <kelvane/platform/detail/FileAttributes.h>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kelvane {
+
+namespace {
+
+std::unique_ptr<FileHandle> openFile(const String &path, int flags)
+{
+    const char *name = detail::systemPath(path);
+    const int descriptor = name ? open(name, flags | O_CLOEXEC) : -1;
+    return descriptor < 0 ? nullptr : std::make_unique<FileHandle>(descriptor);
+}
+
+} // namespace
+
+std::unique_ptr<FileHandle> FileHandle::forReading(const String &path)
+{
+    return openFile(path, O_RDONLY);
+}
+
+std::unique_ptr<FileHandle> FileHandle::forUpdating(const String &path)
+{
+    return openFile(path, O_RDWR);
+}
+
+FileHandle::~FileHandle()
+{
+    close(_descriptor);
+}
+
+bool FileHandle::read(std::span<std::byte> buffer) noexcept
+{
+    while (!buffer.empty()) {
+        const ssize_t count = ::read(_descriptor, buffer.data(), buffer.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        buffer = buffer.subspan(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+bool FileHandle::write(std::span<const std::byte> bytes) noexcept
+{
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(_descriptor, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+} // namespace kelvane
