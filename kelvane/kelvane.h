@@ -24,3 +24,7 @@
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/ZenLogger.h>
+
+// media: records of media items and the readers that fill them
+#include <kelvane/media/MediaBase.h>
+#include <kelvane/media/MediaField.h>
