@@ -15,7 +15,9 @@
 #include <kelvane/foundation/String.h>
 #include <kelvane/foundation/Value.h>
 
-// platform: operations, queues, locks and logs
+// platform: operations, queues, locks, logs, tags
+#include <kelvane/platform/AttachedPicture.h>
+#include <kelvane/platform/AudioMetadata.h>
 #include <kelvane/platform/ConditionLock.h>
 #include <kelvane/platform/LogLevel.h>
 #include <kelvane/platform/Monitor.h>
