@@ -19,6 +19,7 @@
 #include <kelvane/platform/AttachedPicture.h>
 #include <kelvane/platform/AudioMetadata.h>
 #include <kelvane/platform/ConditionLock.h>
+#include <kelvane/platform/FileMetadataIndex.h>
 #include <kelvane/platform/LogLevel.h>
 #include <kelvane/platform/Monitor.h>
 #include <kelvane/platform/Operation.h>
@@ -28,5 +29,7 @@
 #include <kelvane/platform/ZenLogger.h>
 
 // media: records of media items and the readers that fill them
+#include <kelvane/media/LocalMediaRecord.h>
 #include <kelvane/media/MediaBase.h>
+#include <kelvane/media/Mediadata.h>
 #include <kelvane/media/MediaField.h>

@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/media/LocalMediaRecord.h>
 
-#include <sys/stat.h>
+#include <kelvane/common/Utils.h>
+#include <kelvane/platform/Paths.h>
 
 namespace kelvane {
 namespace {
 
 void fillPath(MediaBase &record, const String &path)
 {
-    const std::string_view whole = path.view();
-    const auto slash = whole.rfind('/');
-    const std::string_view name = slash == std::string_view::npos ? whole : whole.substr(slash + 1);
-    const auto dot = name.rfind('.');
-    struct stat status = {};
     record.setPath(path);
-    record.setFileName(name);
-    record.setExtension(dot == std::string_view::npos || dot == 0 ? String("") : String(name.substr(dot + 1)));
-    record.setIsFileExist(::stat(path.c_str(), &status) == 0);
+    record.setFileName(lastPathComponent(path));
+    record.setExtension(pathExtension(path));
+    record.setIsFileExist(Utils::fileExsit(path));
 }
 
 void fillTexts(MediaBase &record, const Mediadata &metadata)

@@ -4,6 +4,7 @@
 #include <kelvane/common/StringExtensions.h>
 #include <kelvane/common/Utils.h>
 #include <kelvane/platform/FileMetadataIndex.h>
+#include <kelvane/platform/Paths.h>
 
 #include "detail/CalendarDate.h"
 #include "detail/TemporaryFiles.h"
@@ -34,21 +35,6 @@ std::int32_t numberOr(const Value &tag, const Value &index, std::int32_t fallbac
     if (!tag.isNil())
         return tag.intValue();
     return index.isNil() ? fallback : index.intValue();
-}
-
-/// "dir/name.ext" as "name".
-String nameWithoutExtension(const String &path)
-{
-    std::string_view name = path.view();
-    while (name.size() > 1 && name.ends_with('/'))
-        name.remove_suffix(1);
-    if (const auto slash = name.rfind('/'); slash != std::string_view::npos && name.size() > 1)
-        name.remove_prefix(slash + 1);
-    // A name that only begins with a dot is a hidden file, and has no extension.
-    const auto dot = name.rfind('.');
-    if (dot != std::string_view::npos && dot != 0 && dot + 1 != name.size())
-        name = name.substr(0, dot);
-    return name;
 }
 
 Date tagDate(const String &text)
@@ -85,8 +71,8 @@ String Mediadata::title() const
     if (const String title = index("kMDItemTitle").string(); !title.isNull())
         return title;
     if (const String name = index("kMDItemFSName").string(); !name.isNull())
-        return nameWithoutExtension(name);
-    return _filePath.isNull() ? String() : nameWithoutExtension(_filePath);
+        return deletingPathExtension(name);
+    return _filePath.isNull() ? String() : Utils::getFileName(_filePath);
 }
 
 String Mediadata::album() const
@@ -219,8 +205,7 @@ std::int32_t Mediadata::year() const
 
 std::int32_t Mediadata::trackNo() const
 {
-    return numberOr(
-        tagNumber(_mediaRef.get(), &AudioMetadata::GetTrackNumber), index("kMDItemAudioTrackNumber"), 1);
+    return numberOr(tagNumber(_mediaRef.get(), &AudioMetadata::GetTrackNumber), index("kMDItemAudioTrackNumber"), 1);
 }
 
 std::int32_t Mediadata::trackCount() const

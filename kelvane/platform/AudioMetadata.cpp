@@ -64,7 +64,7 @@ void readAudio(const detail::TaggedFile &tagged, auto &content)
     content.duration = orNil(audio->lengthInMilliseconds() / 1000.0);
     content.bitrate = orNil(tagged.nominalBitrate > 0 ? tagged.nominalBitrate : audio->bitrate() * bitsPerKilobit);
     content.sampleRate = orNil(audio->sampleRate());
-    content.channels = orNil(audio->channels());
+    content.channels = orNil(tagged.channels > 0 ? tagged.channels : audio->channels());
 }
 
 void readTags(detail::TaggedFile &tagged, auto &content)

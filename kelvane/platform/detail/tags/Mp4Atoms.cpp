@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace kelvane::detail {
 namespace {
@@ -10,6 +11,7 @@ namespace {
 // Real files nest about ten deep; a long fragmented film has tens of thousands of atoms.
 constexpr std::size_t maximumDepth = 64;
 constexpr int maximumAtoms = 500000;
+constexpr unsigned long maximumSampleEntry = 4096;
 
 // Those that the tag library goes down into.
 constexpr std::string_view containers[] = {
@@ -49,6 +51,34 @@ std::uint32_t bigEndian32(const TagLib::ByteVector &bytes, unsigned int offset)
     return offset + 4 <= bytes.size() ? bytes.toUInt(offset, true) : 0;
 }
 
+int aacChannels(const TagLib::ByteVector &mp4a)
+{
+    constexpr std::uint64_t parametricStereo = 29;
+    constexpr std::uint64_t explicitRate = 15;
+    const int esds = mp4a.find("esds");
+    if (esds < 0)
+        return 0;
+    // Descriptors inside each other: stream (3) and its fixed fields, decoder (4) and its, configuration (5).
+    unsigned int at = static_cast<unsigned int>(esds) + 8;
+    for (const auto &[tag, fixedFields] : {std::pair{3, 3U}, {4, 13U}, {5, 0U}}) {
+        if (at + 1 >= mp4a.size() || mp4a[static_cast<int>(at)] != tag)
+            return 0;
+        do // the length, seven bits a byte
+            ++at;
+        while (at < mp4a.size() && (mp4a[static_cast<int>(at)] & 0x80) != 0);
+        at += 1 + fixedFields;
+    }
+    if (at + 8 > mp4a.size())
+        return 0;
+    const auto bits = static_cast<std::uint64_t>(mp4a.toLongLong(at, true));
+    const std::uint64_t objectType = bits >> 59;
+    const bool hasExplicitRate = (bits >> 55 & 15) == explicitRate;
+    const std::uint64_t configuration = bits >> (hasExplicitRate ? 27 : 51) & 15;
+    if (objectType == parametricStereo)
+        return 2;
+    return configuration == 7 ? 8 : configuration < 7 ? static_cast<int>(configuration) : 0;
+}
+
 Mp4Layout scanMp4(TagStream &stream)
 {
     Mp4Layout layout;
@@ -76,6 +106,10 @@ Mp4Layout scanMp4(TagStream &stream)
             return layout;
         const long end = at + static_cast<long>(length);
         if (!isContainer(name)) {
+            if (name == "mp4a" && layout.channels == 0) {
+                stream.seek(at, TagStream::Beginning);
+                layout.channels = aacChannels(stream.readBlock(std::min<unsigned long>(length, maximumSampleEntry)));
+            }
             at = end;
             continue;
         }

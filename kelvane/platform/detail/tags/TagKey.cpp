@@ -7,13 +7,13 @@ namespace {
 // In the order of TagKey. General names behind the first are what other writers use.
 constexpr std::array<TagNames, tagKeyCount> names{{
     // clang-format off
-        {{"TIT2"}, "\251nam", "Title", nullptr, "INAM", {"TITLE"}}, // Title
+        {{"TIT2"}, "\251nam", "Title", "Title", "INAM", {"TITLE"}}, // Title
         {{"TALB"}, "\251alb", "Album", "WM/AlbumTitle", "IPRD", {"ALBUM"}}, // AlbumTitle
-        {{"TPE1"}, "\251ART", "Artist", nullptr, "IART", {"ARTIST"}}, // Artist
-        {{"COMM"}, "\251cmt", "Comment", nullptr, "ICMT", {"COMMENT", "DESCRIPTION"}}, // Comment
+        {{"TPE1"}, "\251ART", "Artist", "Author", "IART", {"ARTIST"}}, // Artist
+        {{"COMM"}, "\251cmt", "Comment", "Description", "ICMT", {"COMMENT", "DESCRIPTION"}}, // Comment
         {{"TCON"}, "\251gen", "Genre", "WM/Genre", "IGNR", {"GENRE"}}, // Genre
         {{"TPE2"}, "aART", "Album Artist", "WM/AlbumArtist", nullptr, {"ALBUMARTIST", "ALBUM ARTIST", "ALBUM_ARTIST"}}, // AlbumArtist
-        {{"TCOP"}, "cprt", "Copyright", nullptr, "ICOP", {"COPYRIGHT"}}, // Copyright
+        {{"TCOP"}, "cprt", "Copyright", "Copyright", "ICOP", {"COPYRIGHT"}}, // Copyright
         {{"TCOM"}, "\251wrt", "Composer", "WM/Composer", "IMUS", {"COMPOSER"}}, // Composer
         {{"TIT1", "GRP1"}, "\251grp", "Grouping", "WM/ContentGroupDescription", nullptr, {"GROUPING", "CONTENTGROUP"}}, // Grouping
         {{"TSOA"}, "soal", nullptr, "WM/AlbumSortOrder", nullptr, {"ALBUMSORT"}}, // AlbumTitleSortOrder

@@ -59,7 +59,8 @@ struct TagNames {
     const char *mp4;
     /// Item; without one the general names are used.
     const char *ape;
-    /// Attribute; without one the general names are used. The content description object's own four are no attributes.
+    /// Attribute; without one the general names are used. Title, artist, comment and copyright have a place of their
+    /// own in front of the attributes, where they are looked for first.
     const char *asf;
     /// RIFF INFO chunk; this kind has no general names.
     const char *info;

@@ -152,6 +152,7 @@ void openMp4(TaggedFile &tagged)
     const Mp4Layout layout = scanMp4(stream);
     if (!layout.isSane)
         return;
+    tagged.channels = layout.channels;
     stream.seek(layout.itemsOffset, TagStream::Beginning);
     auto store = std::make_unique<Mp4Store>(stream.readBlock(static_cast<unsigned long>(layout.itemsSize)));
     File &file = install(tagged, std::make_unique<File>(&stream));

@@ -45,6 +45,8 @@ struct TaggedFile {
     std::vector<AttachedPicture> pictures;
     /// Bits per second that the stream announces, 0 where it does not or the library's own figure is that.
     int nominalBitrate = 0;
+    /// Channels, where the library's own figure is not to be trusted; else 0.
+    int channels = 0;
 };
 
 /// Reads the tags of `stream`. With `forWriting` the kind's main block of tags is there even if the file has none.
