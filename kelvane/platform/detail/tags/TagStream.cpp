@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TagStream.h"
 
+#include "Id3v2Check.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -31,7 +33,7 @@ TagLib::ByteVector TagStream::readBlock(unsigned long length)
 {
     const auto rest = static_cast<unsigned long>(std::max(_length - _position, 0L));
     const std::uint64_t count = std::min(length, rest);
-    _charged += std::max(count, minimumCharge);
+    _charged += count > smallBlock ? count : std::max<std::uint64_t>(count, 8) * smallBlockFactor;
     if (count > maximumBlock || _charged > maximumTotal) {
         _incomplete = true;
         return {};
@@ -43,6 +45,11 @@ TagLib::ByteVector TagStream::readBlock(unsigned long length)
     if (got < count)
         block.resize(static_cast<unsigned int>(got));
     _position += static_cast<long>(got);
+    if (!_id3Header.isEmpty() && !isSafeId3v2(_id3Header, block)) {
+        _incomplete = true;
+        block.clear();
+    }
+    _id3Header = block.size() == 10 && block.startsWith("ID3") ? block : TagLib::ByteVector();
     return block;
 }
 
