@@ -90,6 +90,29 @@ bool isEmpty(const auto &content)
     return content.pictures.empty() && content.sampleRate.isNil();
 }
 
+detail::TaggedFile openDescriptor(int descriptor, const String &path, bool forWriting)
+{
+    return detail::openTaggedFile(
+        std::make_unique<detail::TagStream>(descriptor, forWriting), lowerExtension(path.view()), forWriting);
+}
+
+void writeTags(detail::TaggedFile &tagged, const auto &content)
+{
+    for (std::size_t i = 0; i < tagKeyCount; ++i) {
+        if (!content.changed[i])
+            continue;
+        for (const auto &store : tagged.stores)
+            store->write(static_cast<TagKey>(i), content.values[i]);
+    }
+}
+
+/// Whether two readings of a file, before and after tags were written, have the same pictures and kind.
+bool isSameBesideTags(const auto &before, const auto &after)
+{
+    return before.pictures.size() == after.pictures.size() && before.sampleRate == after.sampleRate
+        && before.channels == after.channels;
+}
+
 } // namespace
 
 AudioMetadata::AudioMetadata(std::unique_ptr<Private> content) : d(std::move(content)) {}
@@ -110,8 +133,7 @@ std::unique_ptr<AudioMetadata> AudioMetadata::CreateMetadataForURL(const String 
     try {
         auto content = std::make_unique<Private>();
         content->path = path;
-        auto tagged = detail::openTaggedFile(
-            std::make_unique<detail::TagStream>(descriptor, false), lowerExtension(path.view()), false);
+        auto tagged = openDescriptor(descriptor, path, false);
         if (tagged.file) {
             readAudio(tagged, *content);
             readTags(tagged, *content);
@@ -127,41 +149,44 @@ std::unique_ptr<AudioMetadata> AudioMetadata::CreateMetadataForURL(const String 
 
 bool AudioMetadata::WriteMetadata(String *error)
 {
-    constexpr const char *operation = "write";
     if (d->changed.none())
         return true;
+    const auto fail = [&](std::string_view reason) {
+        report(error, "write", d->path, reason);
+        return false;
+    };
     try {
         detail::FileReplacement replacement(d->path.str());
         const int descriptor = replacement.open();
-        if (descriptor < 0) {
-            report(error, operation, d->path, systemReason(errno));
-            return false;
+        if (descriptor < 0)
+            return fail(systemReason(errno));
+        Private before;
+        {
+            auto tagged = openDescriptor(descriptor, d->path, true);
+            if (!tagged.file || tagged.stores.empty() || tagged.stream->isIncomplete())
+                return fail("the file is damaged, or is no media file any more");
+            readAudio(tagged, before);
+            readTags(tagged, before);
+            writeTags(tagged, *d);
+            const bool isSaved = tagged.save();
+            if (const int code = tagged.stream->writeError(); code != 0)
+                return fail(systemReason(code));
+            if (!isSaved || tagged.stream->isIncomplete())
+                return fail("they found no place in the file");
         }
-        auto tagged = detail::openTaggedFile(
-            std::make_unique<detail::TagStream>(descriptor, true), lowerExtension(d->path.view()), true);
-        if (!tagged.file || tagged.stores.empty() || tagged.stream->isIncomplete()) {
-            report(error, operation, d->path, "the file is damaged, or is no media file any more");
-            return false;
+        // Texts longer than a kind of tag can count make a file that nobody reads any more.
+        Private after;
+        auto written = openDescriptor(replacement.duplicate(), d->path, false);
+        if (written.file) {
+            readAudio(written, after);
+            readTags(written, after);
         }
-        for (std::size_t i = 0; i < tagKeyCount; ++i) {
-            for (const auto &store : tagged.stores) {
-                if (d->changed[i])
-                    store->write(static_cast<TagKey>(i), d->values[i]);
-            }
-        }
-        const bool isSaved = tagged.save();
-        if (!isSaved || tagged.stream->writeError() != 0 || tagged.stream->isIncomplete()) {
-            const int code = tagged.stream->writeError();
-            report(error, operation, d->path, code != 0 ? systemReason(code) : "the tags found no place in the file");
-            return false;
-        }
-        if (!replacement.commit()) {
-            report(error, operation, d->path, systemReason(errno));
-            return false;
-        }
+        if (!written.file || !isSameBesideTags(before, after))
+            return fail("this kind of file cannot hold them");
+        if (!replacement.commit())
+            return fail(systemReason(errno));
     } catch (const std::exception &exception) {
-        report(error, operation, d->path, exception.what());
-        return false;
+        return fail(exception.what());
     }
     d->changed.reset();
     return true;

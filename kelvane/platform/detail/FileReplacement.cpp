@@ -107,7 +107,12 @@ int FileReplacement::open()
         _copy = name;
     const bool isCopied = _descriptor >= 0 && copyWithAttributes(source, _descriptor);
     closeKeepingErrno(source);
-    return isCopied ? ::fcntl(_descriptor, F_DUPFD_CLOEXEC, 0) : -1;
+    return isCopied ? duplicate() : -1;
+}
+
+int FileReplacement::duplicate() const
+{
+    return ::fcntl(_descriptor, F_DUPFD_CLOEXEC, 0);
 }
 
 bool FileReplacement::commit()

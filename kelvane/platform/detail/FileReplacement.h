@@ -21,6 +21,8 @@ public:
     /// Makes the copy: bytes, mode, and, as far as the system allows, owner, extended attributes and access lists.
     /// Returns a descriptor to change it with, which the caller closes, or -1 with errno set.
     [[nodiscard]] int open();
+    /// One more descriptor of the copy that open() has made, which the caller closes; -1 with errno set.
+    [[nodiscard]] int duplicate() const;
     /// Flushes the copy and gives it the file's name. False with errno set.
     [[nodiscard]] bool commit();
 
