@@ -131,7 +131,7 @@ TEST(AudioMetadataSafety, TruncatedFilesOfEveryKindAreReadInTime)
         const auto whole = makeMedia(folder, "a"s + extension, {{"title", "T"}, {"comment", std::string(500, 'c')}});
         const std::string bytes = readAll(whole);
         const fs::path part = folder.path("part"s + extension);
-        for (std::size_t size = 0; size < bytes.size(); size += 1 + bytes.size() / 60) {
+        for (std::size_t size = 0; size < bytes.size(); size += 1 + bytes.size() / 25) {
             writeAll(part, bytes.substr(0, size));
             if (const auto file = openInTime(part)) {
                 file->SetTitle("New");
@@ -152,7 +152,7 @@ TEST(AudioMetadataSafety, FilesWithDamagedBytesAreReadInTime)
         const std::string bytes =
             readAll(makeMedia(folder, "a"s + extension, {{"title", "T"}, {"comment", "c"}, {"track", "1/2"}}));
         const fs::path bad = folder.path("bad"s + extension);
-        for (std::size_t at = 0; at < std::min<std::size_t>(bytes.size(), 1200); at += 3) {
+        for (std::size_t at = 0; at < std::min<std::size_t>(bytes.size(), 1200); at += 9) {
             std::string damaged = bytes;
             for (std::size_t i = at; i < std::min(at + 4, bytes.size()); ++i)
                 damaged[i] = '\xff';
