@@ -16,12 +16,15 @@
 #include <kelvane/foundation/Value.h>
 
 // platform: operations, queues, logs, processes, and what else the system gives
+#include <kelvane/platform/AttachedPicture.h>
+#include <kelvane/platform/AudioMetadata.h>
 #include <kelvane/platform/Bundle.h>
 #include <kelvane/platform/CalendarDate.h>
 #include <kelvane/platform/ConditionLock.h>
 #include <kelvane/platform/DateFormatter.h>
 #include <kelvane/platform/FileCopy.h>
 #include <kelvane/platform/FileHandle.h>
+#include <kelvane/platform/FileMetadataIndex.h>
 #include <kelvane/platform/FMDatabase.h>
 #include <kelvane/platform/FMResultSet.h>
 #include <kelvane/platform/LogLevel.h>
@@ -92,6 +95,12 @@
 #include <kelvane/data/ObservableDataItemList.h>
 #include <kelvane/data/RootDeviceDataItem.h>
 #include <kelvane/data/TypedDataItem.h>
+
+// media: records of media and their readers
+#include <kelvane/media/LocalMediaRecord.h>
+#include <kelvane/media/MediaBase.h>
+#include <kelvane/media/Mediadata.h>
+#include <kelvane/media/MediaField.h>
 
 // storage: databases and file copies
 #include <kelvane/storage/FastFileCopyer.h>

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace kelvane::detail {
+
+/// A copy of a file beside it that takes its place whole, or is gone: whoever opens the path meanwhile, and whatever
+/// kills the process, finds the old file or the new one.
+///
+/// Threads: one at a time.
+class FileReplacement {
+public:
+    /// For the file at `path`; a symbolic link stands for the file that it leads to.
+    explicit FileReplacement(std::string path);
+    /// Removes the copy where it was not committed.
+    ~FileReplacement();
+    FileReplacement(const FileReplacement &) = delete;
+    FileReplacement &operator=(const FileReplacement &) = delete;
+
+    /// Makes the copy: bytes, mode, and, as far as the system allows, owner, extended attributes and access lists.
+    /// Returns a descriptor to change it with, which the caller closes, or -1 with errno set.
+    [[nodiscard]] int open();
+    /// One more descriptor of the copy that open() has made, which the caller closes; -1 with errno set.
+    [[nodiscard]] int duplicate() const;
+    /// Flushes the copy and gives it the file's name. False with errno set.
+    [[nodiscard]] bool commit();
+
+private:
+    const std::string _path;
+    std::string _copy;
+    int _descriptor = -1;
+};
+
+/// Opens `path` for reading if it is a regular file: never waits for a FIFO or wakes a device. -1 with errno set
+/// (EINVAL for what is no regular file).
+[[nodiscard]] int openRegularFile(const std::string &path);
+
+/// Copies extended attributes, which carry access lists as well, leaving out what the target refuses.
+void copyExtendedAttributes(int from, int to);
+
+} // namespace kelvane::detail

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "TaggedFile.h"
+
+#include "Id3v2Store.h"
+#include "Mp4Atoms.h"
+#include "Mp4Store.h"
+#include "NamedTextStores.h"
+
+#include <aifffile.h>
+#include <apefile.h>
+#include <asffile.h>
+#include <flacfile.h>
+#include <flacpicture.h>
+#include <id3v2framefactory.h>
+#include <id3v2header.h>
+#include <mpcfile.h>
+#include <mpegfile.h>
+#include <oggflacfile.h>
+#include <opusfile.h>
+#include <speexfile.h>
+#include <tdebuglistener.h>
+#include <trueaudiofile.h>
+#include <vorbisfile.h>
+#include <wavfile.h>
+#include <wavpackfile.h>
+
+namespace kelvane::detail {
+namespace {
+
+namespace ID3v2 = TagLib::ID3v2;
+
+/// The library reports on damaged files on the terminal otherwise, in builds that have that switched on.
+class SilentListener : public TagLib::DebugListener {
+    void printMessage(const TagLib::String &) override {}
+};
+
+void silenceLibrary()
+{
+    static SilentListener listener;
+    static const bool isSet = (TagLib::setDebugListener(&listener), true);
+    (void)isSet;
+}
+
+/// The library lets this operation be overridden, but not its parameter's type be named.
+struct FactoryAccess : ID3v2::FrameFactory {
+    using FrameFactory::updateFrame;
+};
+template <class Factory, class Header>
+Header headerOf(bool (Factory::*)(Header *) const);
+using FrameHeader = decltype(headerOf(&FactoryAccess::updateFrame));
+
+/// Keeps the frames of old versions that have no successor in 2.4; the library's own factory drops them, and they
+/// would be gone after a save.
+class KeepingFrameFactory : public ID3v2::FrameFactory {
+protected:
+    bool updateFrame(FrameHeader *header) const override
+    {
+        struct OldFrame {
+            const char *id;
+            const char *successor;
+        };
+        static constexpr OldFrame old[] = {{"RVAD", "RVAD"}, {"EQUA", "EQUA"}, {"TSIZ", "TSIZ"}, {"TRDA", "TRDA"},
+            {"RVA", "RVAD"}, {"EQU", "EQUA"}, {"TSI", "TSIZ"}, {"LNK", "LINK"}};
+        for (const OldFrame &frame : old) {
+            if (header->version() < 4 && header->frameID() == frame.id) {
+                header->setFrameID(frame.successor);
+                return true;
+            }
+        }
+        return FrameFactory::updateFrame(header);
+    }
+};
+
+/// A tag is written in the version it has, so that old players go on reading it; 2.2 is written as 2.3, because the
+/// library does not write it. A tag with frames of 2.4 becomes a 2.4 tag: they would be lost otherwise.
+ID3v2::Version versionOf(const ID3v2::Tag &tag)
+{
+    if (!tag.header() || tag.header()->majorVersion() >= 4)
+        return ID3v2::v4;
+    for (const char *id : {"ASPI", "EQU2", "RVA2", "SEEK", "SIGN", "TDEN", "TDRL", "TDTG", "TMOO", "TPRO", "TSST"}) {
+        if (!tag.frameList(id).isEmpty())
+            return ID3v2::v4;
+    }
+    return ID3v2::v3;
+}
+
+template <class File>
+File &install(TaggedFile &tagged, std::unique_ptr<File> file)
+{
+    File &installed = *file;
+    tagged.file = std::move(file);
+    tagged.save = [&installed] { return installed.save(); };
+    return installed;
+}
+
+template <class Store>
+void add(TaggedFile &tagged, auto *tag)
+{
+    if (tag)
+        tagged.stores.push_back(std::make_unique<Store>(*tag));
+}
+
+void openMpeg(TaggedFile &tagged, bool forWriting)
+{
+    static KeepingFrameFactory factory;
+    using TagLib::MPEG::File;
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), &factory));
+    if (forWriting || file.hasID3v2Tag())
+        add<Id3v2Store>(tagged, file.ID3v2Tag(true));
+    if (file.hasAPETag())
+        add<ApeStore>(tagged, file.APETag());
+    if (file.hasID3v1Tag())
+        add<Id3v1Store>(tagged, file.ID3v1Tag());
+    tagged.save = [&file] {
+        return file.save(File::AllTags, File::StripNone, versionOf(*file.ID3v2Tag(true)), File::DoNotDuplicate);
+    };
+}
+
+void openFlac(TaggedFile &tagged, bool forWriting)
+{
+    using TagLib::FLAC::File;
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), ID3v2::FrameFactory::instance()));
+    for (const TagLib::FLAC::Picture *picture : file.pictureList())
+        tagged.pictures.emplace_back(toData(picture->data()));
+    if (forWriting || file.hasXiphComment())
+        add<XiphStore>(tagged, file.xiphComment(true));
+    if (file.hasID3v2Tag())
+        add<Id3v2Store>(tagged, file.ID3v2Tag());
+    if (file.hasID3v1Tag())
+        add<Id3v1Store>(tagged, file.ID3v1Tag());
+}
+
+template <class File>
+File &openOgg(TaggedFile &tagged)
+{
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
+    add<XiphStore>(tagged, file.tag());
+    return file;
+}
+
+void openVorbis(TaggedFile &tagged)
+{
+    const auto &file = openOgg<TagLib::Ogg::Vorbis::File>(tagged);
+    if (file.isValid() && file.audioProperties())
+        tagged.nominalBitrate = file.audioProperties()->bitrateNominal();
+}
+
+void openMp4(TaggedFile &tagged)
+{
+    using TagLib::MP4::File;
+    TagStream &stream = *tagged.stream;
+    const Mp4Layout layout = scanMp4(stream);
+    if (!layout.isSane)
+        return;
+    tagged.channels = layout.channels;
+    stream.seek(layout.itemsOffset, TagStream::Beginning);
+    auto store = std::make_unique<Mp4Store>(stream.readBlock(static_cast<unsigned long>(layout.itemsSize)));
+    File &file = install(tagged, std::make_unique<File>(&stream));
+    tagged.save = [&file, &stream, &items = *store] { return items.save(file, stream); };
+    tagged.stores.push_back(std::move(store));
+}
+
+void openAsf(TaggedFile &tagged)
+{
+    add<AsfStore>(tagged, install(tagged, std::make_unique<TagLib::ASF::File>(tagged.stream.get())).tag());
+}
+
+void openAiff(TaggedFile &tagged, bool forWriting)
+{
+    using TagLib::RIFF::AIFF::File;
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
+    if (forWriting || file.hasID3v2Tag())
+        add<Id3v2Store>(tagged, file.tag());
+    tagged.save = [&file] { return file.save(versionOf(*file.tag())); };
+}
+
+void openWav(TaggedFile &tagged, bool forWriting)
+{
+    using TagLib::RIFF::WAV::File;
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
+    if (forWriting || file.hasID3v2Tag())
+        add<Id3v2Store>(tagged, file.ID3v2Tag());
+    if (file.hasInfoTag())
+        add<InfoStore>(tagged, file.InfoTag());
+    tagged.save = [&file] { return file.save(File::AllTags, File::StripNone, versionOf(*file.ID3v2Tag())); };
+}
+
+template <class File>
+void openApe(TaggedFile &tagged, bool forWriting)
+{
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
+    if (forWriting || file.hasAPETag())
+        add<ApeStore>(tagged, file.APETag(true));
+    if (file.hasID3v1Tag())
+        add<Id3v1Store>(tagged, file.ID3v1Tag());
+}
+
+void openTrueAudio(TaggedFile &tagged, bool forWriting)
+{
+    using TagLib::TrueAudio::File;
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
+    if (forWriting || file.hasID3v2Tag())
+        add<Id3v2Store>(tagged, file.ID3v2Tag(true));
+    if (file.hasID3v1Tag())
+        add<Id3v1Store>(tagged, file.ID3v1Tag());
+}
+
+void openFormat(TaggedFile &tagged, TagFormat format, bool forWriting)
+{
+    switch (format) {
+    case TagFormat::Unknown:
+        return;
+    case TagFormat::Mpeg:
+        return openMpeg(tagged, forWriting);
+    case TagFormat::Flac:
+        return openFlac(tagged, forWriting);
+    case TagFormat::OggVorbis:
+        return openVorbis(tagged);
+    case TagFormat::OggOpus:
+        return void(openOgg<TagLib::Ogg::Opus::File>(tagged));
+    case TagFormat::OggSpeex:
+        return void(openOgg<TagLib::Ogg::Speex::File>(tagged));
+    case TagFormat::OggFlac:
+        return void(openOgg<TagLib::Ogg::FLAC::File>(tagged));
+    case TagFormat::Mp4:
+        return openMp4(tagged);
+    case TagFormat::Asf:
+        return openAsf(tagged);
+    case TagFormat::Aiff:
+        return openAiff(tagged, forWriting);
+    case TagFormat::Wav:
+        return openWav(tagged, forWriting);
+    case TagFormat::Ape:
+        return openApe<TagLib::APE::File>(tagged, forWriting);
+    case TagFormat::WavPack:
+        return openApe<TagLib::WavPack::File>(tagged, forWriting);
+    case TagFormat::Musepack:
+        return openApe<TagLib::MPC::File>(tagged, forWriting);
+    case TagFormat::TrueAudio:
+        return openTrueAudio(tagged, forWriting);
+    }
+}
+
+} // namespace
+
+TaggedFile openTaggedFile(std::unique_ptr<TagStream> stream, std::string_view extension, bool forWriting)
+{
+    silenceLibrary();
+    TaggedFile tagged;
+    tagged.stream = std::move(stream);
+    const TagFormat format = detectTagFormat(*tagged.stream, extension);
+    tagged.stream->seek(0, TagStream::Beginning);
+    openFormat(tagged, format, forWriting);
+    if (tagged.file && !tagged.file->isValid())
+        tagged = {};
+    return tagged;
+}
+
+} // namespace kelvane::detail

@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <kelvane/media/MediaBase.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <map>
+#include <new>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+using namespace kelvane;
+
+namespace {
+
+std::size_t allocations = 0;
+
+struct Episode : MediaBase {
+    int chapter = 0;
+
+protected:
+    std::shared_ptr<MediaBase> newInstance() const override { return std::make_shared<Episode>(); }
+};
+
+/// A value for `field` that differs from its initial one and from that of every other field.
+Value sampleFor(const MediaField &field, int seed)
+{
+    switch (field.kind) {
+    case Value::Kind::Bool:
+        return true;
+    case Value::Kind::Int64:
+        return 1000 + seed;
+    case Value::Kind::UInt64:
+        return std::uint64_t{5000} + static_cast<std::uint64_t>(seed);
+    case Value::Kind::Double:
+        return 0.5 + seed;
+    case Value::Kind::String:
+        return String("text " + std::to_string(seed));
+    case Value::Kind::Date:
+        return Date(1000.0 + seed);
+    case Value::Kind::Dictionary:
+        return Dictionary{{"width", 640.0}, {"height", 480.0}};
+    default:
+        return Object::of(seed);
+    }
+}
+
+void fill(MediaBase &record)
+{
+    int seed = 0;
+    for (const MediaField &field : MediaBase::fields())
+        field.set(record, sampleFor(field, ++seed));
+}
+
+const MediaField &fieldNamed(std::string_view name)
+{
+    for (const MediaField &field : MediaBase::fields())
+        if (field.name == name)
+            return field;
+    throw std::invalid_argument(std::string(name));
+}
+
+} // namespace
+
+void *operator new(std::size_t size)
+{
+    ++allocations;
+    if (void *memory = std::malloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+void operator delete(void *memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void *memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+TEST(MediaBase, ANewRecordHasItsThreeDefaultsAndNothingElse)
+{
+    const MediaBase record;
+    for (const MediaField &field : MediaBase::fields()) {
+        const Value value = field.get(record);
+        const std::string name = field.name;
+        if (name == "storeMedium")
+            EXPECT_EQ(value, Value(2));
+        else if (name == "mimeType")
+            EXPECT_TRUE(value.string() == "" && !value.string().isNull());
+        else if (name == "resolution")
+            EXPECT_EQ(record.resolution(), Size());
+        else if (value.isNumber())
+            EXPECT_EQ(value.doubleValue(), 0) << name;
+        else
+            EXPECT_TRUE(value.isNil()) << name;
+    }
+    EXPECT_EQ(record.syncSource(), 0U);
+    EXPECT_TRUE(record.title().isNull());
+    EXPECT_TRUE(record.lastPlayDate().isNull());
+}
+
+TEST(MediaBase, TheListHasEightyOneDistinctFieldsInDeclaredOrder)
+{
+    const auto fields = MediaBase::fields();
+    ASSERT_EQ(fields.size(), 81U);
+    EXPECT_STREQ(fields.front().name, "Id");
+    EXPECT_STREQ(fields[8].name, "dbSize");
+    EXPECT_STREQ(fields[52].name, "storeMedium");
+    EXPECT_STREQ(fields.back().name, "iTunesAccount");
+    std::set<std::string> names;
+    for (const MediaField &field : fields)
+        names.insert(field.name);
+    EXPECT_EQ(names.size(), fields.size());
+}
+
+TEST(MediaBase, FieldsHaveTheSettledTypes)
+{
+    static_assert(std::is_same_v<decltype(MediaBase().Id()), const std::int64_t &>);
+    static_assert(std::is_same_v<decltype(MediaBase().BPM()), const std::int32_t &>);
+    static_assert(std::is_same_v<decltype(MediaBase().mediaKind()), const std::uint64_t &>);
+    static_assert(std::is_same_v<decltype(MediaBase().compilation()), const bool &>);
+    static_assert(std::is_same_v<decltype(MediaBase().duration()), const double &>);
+    static_assert(std::is_same_v<decltype(MediaBase().artwork_offset()), const std::int64_t &>);
+    static_assert(std::is_same_v<decltype(MediaBase().artwork_format_id()), const std::int32_t &>);
+    static_assert(std::is_same_v<decltype(MediaBase().extension()), const String &>);
+    std::map<Value::Kind, int> count;
+    for (const MediaField &field : MediaBase::fields())
+        ++count[field.kind];
+    EXPECT_EQ(count[Value::Kind::String], 33);
+    EXPECT_EQ(count[Value::Kind::Int64], 9 + 21);
+    EXPECT_EQ(count[Value::Kind::UInt64], 5);
+    EXPECT_EQ(count[Value::Kind::Bool], 4);
+    EXPECT_EQ(count[Value::Kind::Date], 6);
+    EXPECT_EQ(count[Value::Kind::Double], 1);
+    EXPECT_EQ(count[Value::Kind::Dictionary], 1);
+    EXPECT_EQ(count[Value::Kind::Object], 1);
+}
+
+TEST(MediaBase, EveryFieldReadsBackWhatWasWritten)
+{
+    MediaBase record;
+    fill(record);
+    int seed = 0;
+    for (const MediaField &field : MediaBase::fields()) {
+        const Value expected = sampleFor(field, ++seed);
+        if (field.kind == Value::Kind::Object)
+            EXPECT_EQ(*field.get(record).object().as<int>(), seed);
+        else
+            EXPECT_EQ(field.get(record), expected) << field.name;
+    }
+}
+
+TEST(MediaBase, AccessorsAndTheListReachTheSameFields)
+{
+    MediaBase record;
+    record.setId(7);
+    record.setTitle("A");
+    record.setBPM(120);
+    record.setITunesAccount("me");
+    record.setArtwork_length(9);
+    record.setIsSynced(true);
+    record.setResolution({3, 4});
+    EXPECT_EQ(fieldNamed("Id").get(record), Value(7));
+    EXPECT_EQ(fieldNamed("title").get(record), Value("A"));
+    EXPECT_EQ(fieldNamed("BPM").get(record), Value(120));
+    EXPECT_EQ(fieldNamed("iTunesAccount").get(record), Value("me"));
+    EXPECT_EQ(fieldNamed("artwork_length").get(record), Value(9));
+    EXPECT_EQ(fieldNamed("isSynced").get(record), Value(true));
+    EXPECT_EQ(fieldNamed("resolution").get(record).dictionary()["height"], Value(4.0));
+}
+
+TEST(MediaBase, ACopyCarriesEveryFieldButDbSizeAndTitleSort)
+{
+    MediaBase record;
+    fill(record);
+    record.setDbSize(5000);
+    record.setTitleSort("B");
+    const auto copy = record.clone();
+    for (const MediaField &field : MediaBase::fields()) {
+        const std::string name = field.name;
+        EXPECT_EQ(field.isCopied, name != "dbSize" && name != "titleSort");
+        if (field.isCopied) {
+            EXPECT_EQ(field.get(*copy), field.get(record)) << name;
+        }
+    }
+    EXPECT_EQ(copy->dbSize(), 0);
+    EXPECT_TRUE(copy->titleSort().isNull());
+}
+
+TEST(MediaBase, ACopyKeepsItsTextAndSharesItsArtwork)
+{
+    MediaBase record;
+    record.setTitle("before");
+    record.setArtworkObj(Object::of(1));
+    const auto copy = record.copy();
+    record.setTitle("after");
+    EXPECT_EQ(copy->title(), "before");
+    EXPECT_TRUE(isSameObject(copy->artworkObj(), record.artworkObj()));
+}
+
+TEST(MediaBase, AnEmptyMimeTypeAndAnAbsentOneAreBothCopied)
+{
+    MediaBase record;
+    EXPECT_TRUE(record.copy()->mimeType() == "");
+    record.setMimeType(nullptr);
+    EXPECT_TRUE(record.copy()->mimeType().isNull());
+}
+
+TEST(MediaBase, ACopyOfADerivedRecordIsOfItsClassWithoutItsOwnFields)
+{
+    Episode episode;
+    episode.setTitle("One");
+    episode.chapter = 4;
+    const auto copy = std::dynamic_pointer_cast<Episode>(episode.clone());
+    ASSERT_TRUE(copy);
+    EXPECT_EQ(copy->title(), "One");
+    EXPECT_EQ(copy->chapter, 0);
+}
+
+TEST(MediaBase, LastPlayAndSkipDatesAreOtherNames)
+{
+    MediaBase record;
+    record.setLastPlayDate(Date(10));
+    EXPECT_EQ(record.playedDate(), Date(10));
+    record.setPlayedDate(Date(20));
+    EXPECT_EQ(record.lastPlayDate(), Date(20));
+    record.setLastSkipDate(Date(30));
+    EXPECT_EQ(record.skippedDate(), Date(30));
+    record.setSkippedDate(Date(40));
+    EXPECT_EQ(record.lastSkipDate(), Date(40));
+}
+
+TEST(MediaBase, NilMakesAFieldAbsentAndValuesAreConverted)
+{
+    MediaBase record;
+    fill(record);
+    fieldNamed("title").set(record, NullObject());
+    fieldNamed("year").set(record, "2012-05-03");
+    fieldNamed("playedDate").set(record, 978307200);
+    fieldNamed("isCloud").set(record, 0);
+    fieldNamed("persistentID").set(record, 42);
+    fieldNamed("fileSize").set(record, nullptr);
+    EXPECT_TRUE(record.title().isNull());
+    EXPECT_EQ(record.year(), 2012);
+    EXPECT_EQ(record.playedDate(), Date(0.0));
+    EXPECT_FALSE(record.isCloud());
+    EXPECT_EQ(record.persistentID(), "42");
+    EXPECT_EQ(record.fileSize(), 0);
+}
+
+TEST(MediaBase, ARecordIsSmallAndACopyAllocatesOnlyItself)
+{
+    EXPECT_LE(sizeof(MediaBase), 640U);
+    MediaBase record;
+    fill(record);
+    const std::size_t before = allocations;
+    const auto copy = record.copy();
+    EXPECT_EQ(allocations - before, 1U);
+}
