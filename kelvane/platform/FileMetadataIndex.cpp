@@ -22,7 +22,7 @@ String outputPath()
     std::filesystem::path folder = std::filesystem::temp_directory_path(error);
     if (error)
         folder = "/tmp";
-    return (folder / Uuid::generate().toString().view()).native();
+    return (folder / Uuid::generate().string().view()).native();
 }
 
 /// False where the tool cannot be started. However it ends, what it wrote is looked at.
