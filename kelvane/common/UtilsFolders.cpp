@@ -88,7 +88,7 @@ String Utils::localTempPath()
     String name = Bundle::mainBundle().objectForInfoDictionaryKey("CFBundleDisplayName").string();
     if (name.isEmpty())
         name = "Kelvane Dravvik";
-    const String folder = String::concat({homeFolder().view(), "/Library/Application Support/", name.view()});
+    String folder = String::concat({homeFolder().view(), "/Library/Application Support/", name.view()});
     createDirectory(folder);
     return folder;
 }

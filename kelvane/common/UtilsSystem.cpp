@@ -32,7 +32,7 @@ String Utils::pipeCmd(const String &command)
     const std::unique_ptr<char[]> buffer(new char[defaultBufferSize]);
     const std::size_t size = std::fread(buffer.get(), 1, defaultBufferSize, pipe);
     pclose(pipe);
-    const String output = String::fromUtf8({buffer.get(), size});
+    String output = String::fromUtf8({buffer.get(), size});
     if (ZenLogger::defaultLogger().isDebugEnabled())
         ZenLogger::defaultLogger().ZenLogDebug(
             String::concat({"pipeCmd:", output.isNull() ? "(null)" : output.view()}));

@@ -92,8 +92,7 @@ std::int32_t Version::compare(const std::optional<Version> &other) const noexcep
 {
     if (!other)
         return 1;
-    const auto order = *this <=> *other;
-    return order > 0 ? 1 : order < 0 ? -1 : 0;
+    return *this > *other ? 1 : *this < *other ? -1 : 0;
 }
 
 String Version::toString() const
