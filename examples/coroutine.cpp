@@ -33,7 +33,11 @@ std::shared_ptr<AsyncTaskIOS> step(const char *name)
 
 Job importSongs()
 {
-    if (co_await startAndAwait(step("read the tags")) && co_await startAndAwait(step("copy the file")))
+    const auto reading = step("read the tags");
+    const auto copying = step("copy the file");
+    if (!co_await startAndAwait(reading))
+        co_return;
+    if (co_await startAndAwait(copying))
         std::puts("imported");
 }
 

@@ -19,5 +19,6 @@ int main()
         state.count += 1;
         return state.count == 4;
     });
-    std::printf("%s, %d of %s\n", task->start(true) ? "succeeded" : "failed", import->count, import->folder.c_str());
+    const bool isSuccess = task->start(true);
+    std::printf("%s, %d of %s\n", isSuccess ? "succeeded" : "failed", import->count, import->folder.c_str());
 }

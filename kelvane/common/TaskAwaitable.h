@@ -15,7 +15,7 @@ namespace kelvane {
 /// True for success, false for a failure or a cancel; where an exception ended the work, it is thrown as an Exception.
 /// The coroutine goes on on the thread that runs the task, inside the notification of its end: waiters for the task
 /// wake once it suspends again or returns. A task that was started before is not awaited: its present outcome is the
-/// result.
+/// result. Await named tasks, as above: g++ 12 mixes up temporaries of several co_await expressions in one coroutine.
 class TaskAwaitable {
 public:
     explicit TaskAwaitable(std::shared_ptr<AsyncTaskIOS> task) : _task(std::move(task)) {}

@@ -21,7 +21,7 @@ std::vector<void *> currentCallStack()
     const int count = backtrace(frames.data(), maximumFrames);
     // This function and the constructor are not what a reader looks for.
     const int skipped = std::min(count, 2);
-    return {frames.begin() + skipped, frames.begin() + count};
+    return std::vector<void *>(frames.begin() + skipped, frames.begin() + count); // not braces: pointers fit a list
 }
 
 String demangled(const char *symbol)

@@ -63,18 +63,19 @@ const MediaField &fieldNamed(std::string_view name)
 
 } // namespace
 
-void *operator new(std::size_t size)
+// Not inlined: g++ 12 takes the malloc() and free() inside for a mismatch with each other's operator.
+[[gnu::noinline]] void *operator new(std::size_t size)
 {
     ++allocations;
     if (void *memory = std::malloc(size))
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void *memory) noexcept
+[[gnu::noinline]] void operator delete(void *memory) noexcept
 {
     std::free(memory);
 }
-void operator delete(void *memory, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept
 {
     std::free(memory);
 }
