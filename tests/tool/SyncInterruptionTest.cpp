@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SyncFixture.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <random>
+#include <set>
+#include <thread>
+
+namespace kelvane::testsupport {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class SyncInterruption : public SyncFixture {
+protected:
+    // After any end: what has a name is whole, what has a row has its file.
+    void expectConsistent() const
+    {
+        std::set<std::string> contents;
+        for (const std::string &file : sourceFiles())
+            contents.insert(read(file));
+        for (const std::string &name : deviceFiles())
+            if (name.find(".kelvane/") != 0) {
+                EXPECT_EQ(contents.count(read(device(name))), 1U) << name << " is not a whole copy";
+            }
+    }
+    void expectRowsHaveFiles() const
+    {
+        for (const auto &[path, item] : library())
+            EXPECT_TRUE(fs::exists(device(item["devicePath"].get<std::string>()))) << path;
+    }
+};
+
+class SyncSignal : public SyncInterruption, public testing::WithParamInterface<int> {};
+
+TEST_P(SyncSignal, StopsTheSyncInOrderAndTheNextRunFinishesIt)
+{
+    addSongs(80);
+    ToolProcess process({"sync", "--json", source(), device()});
+    ASSERT_TRUE(process.waitForOutput("finished"));
+    process.signal(GetParam());
+    EXPECT_EQ(process.wait(), 130);
+    EXPECT_THAT(process.errors(), IsEmpty());
+    EXPECT_THAT(process.output(), HasSubstr("\"event\":\"summary\""));
+    EXPECT_THAT(process.output(), HasSubstr("\"interrupted\":true"));
+    expectConsistent();
+    expectRowsHaveFiles();
+    const std::size_t done = library().size();
+    EXPECT_EQ(deviceFiles().size(), done) << "leftovers";
+    EXPECT_GT(done, 0U);
+    EXPECT_LT(done, 80U);
+    EXPECT_EQ(summaryOfSync()["unchanged"], done);
+    expectComplete();
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, SyncSignal, testing::Values(SIGINT, SIGTERM, SIGHUP), [](const auto &row) {
+    return row.param == SIGINT ? "Int" : row.param == SIGTERM ? "Term" : "Hup";
+});
+
+TEST_F(SyncInterruption, ASecondCtrlCEndsAtOnceAndTheNextRunFinishesTheJob)
+{
+    addSongs(80);
+    ToolProcess process({"sync", "--json", source(), device()});
+    ASSERT_TRUE(process.waitForOutput("finished"));
+    process.signal(SIGINT);
+    process.signal(SIGTERM);
+    EXPECT_EQ(process.wait(), 130);
+    expectConsistent();
+    EXPECT_EQ(sync().code, 0);
+    expectComplete();
+}
+
+TEST_F(SyncInterruption, KilledAtAnyMomentTheNextRunFinishesTheJob)
+{
+    const char *asked = std::getenv("KELVANE_KILLS");
+    const int kills = asked ? std::atoi(asked) : 6;
+    addSongs(25);
+    addAllKinds();
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_EQ(sync({"--jobs", "3"}).code, 0);
+    const auto wholeTime =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - begin);
+    std::mt19937 random(std::random_device{}());
+    for (int i = 0; i < kills; ++i) {
+        // Every other time on a full device, with changed and vanished sources.
+        if (i % 2 == 0) {
+            fs::remove_all(device());
+            fs::create_directory(device());
+        } else {
+            for (int song = 1000; song < 1010; ++song) {
+                const std::string path = source("song" + std::to_string(song) + ".mp3");
+                write(path, read(path) + std::to_string(i));
+            }
+            fs::remove(source("song" + std::to_string(1010 + i) + ".mp3"));
+        }
+        const auto moment =
+            std::chrono::microseconds(std::uniform_int_distribution<std::int64_t>(0, wholeTime.count())(random));
+        ToolProcess process({"sync", "--delete", "--jobs", "3", source(), device()});
+        std::this_thread::sleep_for(moment);
+        process.signal(SIGKILL);
+        process.wait();
+        ASSERT_EQ(sync({"--delete"}).code, 0) << "after a kill at " << moment.count() << " us";
+        expectComplete();
+        EXPECT_EQ(summaryOfSync()["unchanged"], sourceFiles().size());
+        if (HasFailure())
+            FAIL() << "killed at " << moment.count() << " us of " << wholeTime.count();
+    }
+}
+
+} // namespace
+} // namespace kelvane::testsupport

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "DeviceFolder.h"
+
+#include "ExitCode.h"
+#include "Text.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+namespace kelvane::tool {
+namespace {
+
+std::string parentOf(const std::string &relative)
+{
+    const std::size_t slash = relative.rfind('/');
+    return slash == std::string::npos ? std::string() : relative.substr(0, slash);
+}
+
+// The library of a strange device may hold any path.
+void checkName(std::string_view name, const std::string &relative)
+{
+    if (name.empty() || name == "." || name == "..")
+        throw ItemError("path " + inQuotes(relative) + " leads out of the device");
+}
+
+[[noreturn]] void failFolder(const std::string &relative, int errorNumber)
+{
+    const bool isNoFolder = errorNumber == ELOOP || errorNumber == ENOTDIR;
+    throw ItemError("folder " + inQuotes(relative)
+        + (isNoFolder ? " of the device is a link or a file; it is not followed"
+                      : " of the device: " + reasonText(errorNumber)));
+}
+
+} // namespace
+
+DeviceFolder::DeviceFolder(const std::string &path)
+{
+    const std::unique_ptr<char, void (*)(void *)> resolved(::realpath(path.c_str(), nullptr), std::free);
+    if (resolved)
+        _root = FileDescriptor(::open(resolved.get(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!_root.isOpen())
+        throw StopError(ExitCannotStart, "cannot open the device " + inQuotes(path) + ": " + reasonText(errno));
+    _path = resolved.get();
+}
+
+int DeviceFolder::openFolder(const std::string &relative)
+{
+    if (relative.empty())
+        return _root.get();
+    if (const auto known = _folders.find(relative); known != _folders.end())
+        return known->second.get();
+    const std::string name(lastComponent(relative));
+    checkName(name, relative);
+    const int parent = openFolder(parentOf(relative));
+    if (parent < 0)
+        return -1;
+    FileDescriptor opened(::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!opened.isOpen()) {
+        if (errno == ENOENT)
+            return -1;
+        failFolder(relative, errno);
+    }
+    return _folders.emplace(relative, std::move(opened)).first->second.get();
+}
+
+DeviceFolder::Place DeviceFolder::placeOf(const std::string &relative)
+{
+    std::string name(lastComponent(relative));
+    checkName(name, relative);
+    const std::lock_guard guard(_mutex);
+    return {openFolder(parentOf(relative)), std::move(name)};
+}
+
+std::uint64_t DeviceFolder::freeSpace() const
+{
+    struct statvfs status {};
+    if (::fstatvfs(_root.get(), &status) != 0)
+        throw ItemError("the device does not answer: " + reasonText(errno));
+    return std::uint64_t{status.f_bavail} * status.f_frsize;
+}
+
+void DeviceFolder::checkFolder(const std::string &relative)
+{
+    const std::lock_guard guard(_mutex);
+    static_cast<void>(openFolder(relative));
+}
+
+void DeviceFolder::makeFolder(const std::string &relative)
+{
+    if (const std::string parent = parentOf(relative); !parent.empty())
+        makeFolder(parent);
+    const Place place = placeOf(relative);
+    if (::mkdirat(place.folder, place.name.c_str(), 0777) != 0 && errno != EEXIST)
+        failFolder(relative, errno);
+    const std::lock_guard guard(_mutex);
+    if (openFolder(relative) < 0)
+        failFolder(relative, ENOENT);
+}
+
+std::optional<FileStamp> DeviceFolder::stampOf(const std::string &relative)
+{
+    const Place place = placeOf(relative);
+    struct stat status {};
+    if (place.folder < 0 || ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0
+        || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    return FileStamp::of(status);
+}
+
+bool DeviceFolder::isTaken(const std::string &relative)
+{
+    const Place place = placeOf(relative);
+    struct stat status {};
+    return place.folder >= 0 && ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+bool DeviceFolder::publish(const std::string &from, const std::string &to)
+{
+    if (const std::string folder = parentOf(to); !folder.empty())
+        makeFolder(folder);
+    const Place source = placeOf(from);
+    const Place target = placeOf(to);
+    // A link refuses a name that is taken, which a rename does not.
+    if (::linkat(source.folder, source.name.c_str(), target.folder, target.name.c_str(), 0) == 0) {
+        ::unlinkat(source.folder, source.name.c_str(), 0);
+    } else {
+        // The file systems of many devices know no links. There a look must do; the device is ours alone meanwhile.
+        if (errno == EEXIST || isTaken(to))
+            return false;
+        if (::renameat(source.folder, source.name.c_str(), target.folder, target.name.c_str()) != 0)
+            throw ItemError(reasonText(errno));
+    }
+    // Not every file system can flush a folder; those that cannot write names at once.
+    ::fsync(target.folder);
+    return true;
+}
+
+void DeviceFolder::removeFile(const std::string &relative)
+{
+    const Place place = placeOf(relative);
+    if (place.folder >= 0 && ::unlinkat(place.folder, place.name.c_str(), 0) != 0 && errno != ENOENT)
+        throw ItemError("cannot remove " + inQuotes(relative) + " of the device: " + reasonText(errno));
+}
+
+void DeviceFolder::emptyFolder(const std::string &relative)
+{
+    int folder = -1;
+    {
+        const std::lock_guard guard(_mutex);
+        folder = openFolder(relative);
+    }
+    if (folder < 0)
+        return;
+    // Reading a folder moves the position in it, so that the number kept for paths is not used for that.
+    const int reader = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, int (*)(DIR *)> open(reader < 0 ? nullptr : ::fdopendir(reader), ::closedir);
+    if (!open)
+        failFolder(relative, errno);
+    while (const dirent *entry = ::readdir(open.get()))
+        if (const std::string name = entry->d_name; name != "." && name != "..")
+            ::unlinkat(folder, name.c_str(), 0);
+}
+
+FileDescriptor DeviceFolder::openFile(const std::string &relative)
+{
+    const Place place = placeOf(relative);
+    errno = place.folder < 0 ? ENOENT : 0;
+    FileDescriptor opened(
+        place.folder < 0 ? -1 : ::openat(place.folder, place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (!opened.isOpen())
+        throw ItemError("cannot read " + inQuotes(relative) + " of the device: " + reasonText(errno));
+    return opened;
+}
+
+FileDescriptor DeviceFolder::makeFile(const std::string &relative)
+{
+    const Place place = placeOf(relative);
+    FileDescriptor opened(
+        ::openat(place.folder, place.name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0666));
+    if (!opened.isOpen())
+        throw ItemError("cannot make " + inQuotes(relative) + " on the device: " + reasonText(errno));
+    return opened;
+}
+
+} // namespace kelvane::tool

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "FileDescriptor.h"
+#include "FileStamp.h"
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace kelvane::tool {
+
+/// The folder of a mounted device, and all that is done to the files in it. Paths are relative to the folder and
+/// never lead out of it: no link on the way is followed, because whoever had the device before may have put one there.
+///
+/// Threads: any thread, any operation.
+/// Errors: ItemError with the reason, where nothing else is said.
+class DeviceFolder {
+public:
+    /// Throws StopError where `path` is no folder that can be entered.
+    explicit DeviceFolder(const std::string &path);
+
+    /// Absolute, without links.
+    [[nodiscard]] const std::string &path() const { return _path; }
+    [[nodiscard]] std::string absolutePath(const std::string &relative) const { return _path + '/' + relative; }
+
+    /// Bytes that are free for us.
+    [[nodiscard]] std::uint64_t freeSpace() const;
+    /// Fails where a folder, or one on the way to it, is a link or a file. One that is missing is fine.
+    void checkFolder(const std::string &relative);
+    /// Makes a folder, and those on the way to it, unless they are there.
+    void makeFolder(const std::string &relative);
+    /// The regular file at a path; nothing where there is none.
+    [[nodiscard]] std::optional<FileStamp> stampOf(const std::string &relative);
+    /// Whether anything has this name, be it a link that leads nowhere.
+    [[nodiscard]] bool isTaken(const std::string &relative);
+    /// Gives a finished file its final name, in a folder that is made where it is missing, and brings the name to the
+    /// device itself. False, with nothing changed, where the name is taken.
+    [[nodiscard]] bool publish(const std::string &from, const std::string &to);
+    /// Removes a file; one that is not there is no error.
+    void removeFile(const std::string &relative);
+    /// Removes all files directly in a folder.
+    void emptyFolder(const std::string &relative);
+    /// Opens a file for reading.
+    [[nodiscard]] FileDescriptor openFile(const std::string &relative);
+    /// Opens a file for writing, making it where it is missing.
+    [[nodiscard]] FileDescriptor makeFile(const std::string &relative);
+
+private:
+    struct Place {
+        int folder;
+        std::string name;
+    };
+    /// The folder of a path, open. Negative number where it does not exist.
+    [[nodiscard]] Place placeOf(const std::string &relative);
+    [[nodiscard]] int openFolder(const std::string &relative);
+
+    std::string _path;
+    FileDescriptor _root;
+    std::mutex _mutex;
+    std::map<std::string, FileDescriptor> _folders; // guarded by _mutex; folders once opened stay so
+};
+
+} // namespace kelvane::tool

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "DeviceFolder.h"
+#include "SyncRecord.h"
+
+#include <kelvane/storage/SqliteHelper.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kelvane::tool {
+
+/// The database of what is on a device, at .kelvane/library.sqlite; LibrarySchema tells its tables.
+///
+/// Threads: any thread, any operation.
+/// Errors: LibraryError with what the database says. Opening throws StopError, and leaves a file that is no library,
+/// or one of a later version, as it is.
+class DeviceLibrary {
+public:
+    class LibraryError : public std::runtime_error {
+    public:
+        using std::runtime_error::runtime_error;
+    };
+
+    /// A file that is on its way to `target` on the device.
+    struct Transfer {
+        std::string target;
+        std::string source;
+        FileStamp stamp;
+    };
+    /// A file that belongs to no item any more.
+    struct Removal {
+        std::string devicePath;
+        FileStamp stamp;
+    };
+
+    static constexpr const char *folder = ".kelvane";
+    static constexpr const char *fileName = ".kelvane/library.sqlite";
+
+    [[nodiscard]] static bool exists(DeviceFolder &device);
+    /// Makes an empty library where there is none; the folder is there.
+    static void create(DeviceFolder &device);
+    /// Opens the library, which exists.
+    explicit DeviceLibrary(DeviceFolder &device);
+    DeviceLibrary(const DeviceLibrary &) = delete;
+    DeviceLibrary &operator=(const DeviceLibrary &) = delete;
+    ~DeviceLibrary() = default;
+
+    /// Prepares for writing: changes go to a log that is fast to append to.
+    void beginWriting();
+    /// Brings everything to the device and leaves one plain file, which a read-only mount can be asked about too.
+    void endWriting();
+    /// Brings all changes so far to the device itself.
+    void makeDurable();
+
+    /// All items by their source. `withMedia`: with their tags.
+    [[nodiscard]] std::vector<std::shared_ptr<SyncRecord>> records(bool withMedia);
+    /// Writes an item, in place of the one of the same source.
+    void save(const SyncRecord &record);
+    /// Forgets an item.
+    void remove(const std::string &source);
+
+    [[nodiscard]] std::vector<Transfer> transfers();
+    /// Writes all of them, durably, or none.
+    void planTransfers(const std::vector<Transfer> &transfers);
+    void dropTransfers(const std::vector<std::string> &targets);
+    [[nodiscard]] std::vector<Removal> removals();
+    void dropRemoval(const std::string &devicePath);
+
+private:
+    void execute(const std::string &sql, const Array &values = nullptr);
+    void transaction(const std::function<void()> &changes);
+    [[nodiscard]] Array rows(const std::string &sql);
+    [[noreturn]] void fail();
+
+    std::mutex _mutex;
+    const std::unique_ptr<SqliteHelper> _helper; // guarded by _mutex
+};
+
+} // namespace kelvane::tool

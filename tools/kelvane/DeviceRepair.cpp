@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "DeviceRepair.h"
+
+#include "ExitCode.h"
+#include "FileCompare.h"
+#include "MediaReader.h"
+#include "SourceFile.h"
+#include "Text.h"
+
+#include <optional>
+
+namespace kelvane::tool {
+
+void DeviceRepair::settle()
+{
+    _device.emptyFolder(incomingFolder);
+    std::vector<std::string> dead;
+    for (const DeviceLibrary::Transfer &transfer : _library.transfers()) {
+        if (const std::optional<FileStamp> stamp = _device.stampOf(transfer.target))
+            adopt(transfer, *stamp);
+        dead.push_back(transfer.target);
+    }
+    if (!dead.empty())
+        _library.dropTransfers(dead);
+    for (const DeviceLibrary::Removal &removal : _library.removals())
+        finishRemoval(removal);
+}
+
+// A file gets its name when it is complete. So one that stands at the end of a transfer is our whole copy, which only
+// lacks its row; or, if it looks different, a file that somebody else has put there, which is left alone.
+void DeviceRepair::adopt(const DeviceLibrary::Transfer &transfer, const FileStamp &stamp)
+{
+    const bool isOurs = stamp == transfer.stamp
+        || (stamp.isAbout(transfer.stamp) && isSameContent(transfer.source, _device, transfer.target));
+    if (!isOurs)
+        return;
+    SyncRecord record;
+    record.source = transfer.source;
+    record.sourceStamp = transfer.stamp;
+    record.devicePath = transfer.target;
+    record.deviceStamp = stamp;
+    const std::string copy = _device.absolutePath(transfer.target);
+    const MediaFormat *format = formatOfExtension(lowerExtension(copy));
+    if (!format)
+        return;
+    record.media = readMedia(record.source, *format, copy);
+    _library.save(record);
+}
+
+void DeviceRepair::finishRemoval(const DeviceLibrary::Removal &removal)
+{
+    const std::optional<FileStamp> stamp = _device.stampOf(removal.devicePath);
+    if (stamp && stamp->isAbout(removal.stamp))
+        _device.removeFile(removal.devicePath);
+    _library.dropRemoval(removal.devicePath);
+}
+
+} // namespace kelvane::tool

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "InfoCommand.h"
+
+#include "FileDescriptor.h"
+#include "JsonText.h"
+#include "Text.h"
+
+#include <kelvane/media/Mediadata.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <utility>
+
+namespace kelvane::tool {
+namespace {
+
+struct Property {
+    const char *name;
+    Value (*read)(const Mediadata &metadata);
+};
+
+// The property's name is that of the function that reads it, and the key of its value.
+#define PROPERTY(name)                                                                                                 \
+    {                                                                                                                  \
+#name, [](const Mediadata &metadata) { return Value(metadata.name()); }                                        \
+    }
+
+// In declared order. The list of artwork files is left out: asking for it would make them.
+constexpr Property properties[] = {PROPERTY(filePath), PROPERTY(title), PROPERTY(album), PROPERTY(artist),
+    PROPERTY(comment), PROPERTY(genre), PROPERTY(albumArtist), PROPERTY(copyright), PROPERTY(composer),
+    PROPERTY(grouping), PROPERTY(albumSort), PROPERTY(artistSort), PROPERTY(albumArtistSort), PROPERTY(composerSort),
+    PROPERTY(titleSort), PROPERTY(feedURL), PROPERTY(lyrics), PROPERTY(year), PROPERTY(trackNo), PROPERTY(trackCount),
+    PROPERTY(discCount), PROPERTY(discNumber), PROPERTY(duration), PROPERTY(bitrate), PROPERTY(sampleRate),
+    PROPERTY(channels), PROPERTY(audioformat), PROPERTY(tagTypes), PROPERTY(fileSize), PROPERTY(addedTime),
+    PROPERTY(modifiedTime), PROPERTY(releasedDate), PROPERTY(purchasedDate), PROPERTY(description), PROPERTY(mediaType),
+    PROPERTY(tvShow), PROPERTY(tvshowNetWork), PROPERTY(episodeID), PROPERTY(tvEpisode), PROPERTY(season),
+    PROPERTY(isPodcast), PROPERTY(isiTunesU), PROPERTY(podcastURL), PROPERTY(podcastIdentifier),
+    PROPERTY(iTunesAccount)};
+
+#undef PROPERTY
+
+// A FIFO or a device is not opened: it could keep us for ever.
+void requireReadable(const std::string &path)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0)
+        throw ItemError(reasonText(errno));
+    if (S_ISDIR(status.st_mode))
+        throw ItemError("is a folder, not a file");
+    if (!S_ISREG(status.st_mode))
+        throw ItemError("is not a regular file");
+    if (!FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)).isOpen())
+        throw ItemError(reasonText(errno));
+}
+
+std::size_t artworkCountOf(const Mediadata &metadata)
+{
+    const AudioMetadata *tags = metadata.audioMetadata();
+    return tags ? tags->GetAttachedPictures().size() : 0;
+}
+
+void printJson(const std::string &path, const Mediadata &metadata)
+{
+    const std::size_t artworkCount = artworkCountOf(metadata);
+    Json json{{"path", jsonText(path)}};
+    for (const Property &property : properties)
+        json[property.name] = jsonValue(property.read(metadata));
+    json["isExistArtwork"] = artworkCount > 0;
+    json["artworkCount"] = artworkCount;
+    printJsonLine(json);
+}
+
+std::string readable(const Value &value)
+{
+    if (const Date *date = value.getIf<Date>())
+        return date->toIso8601().str();
+    return printable(value.stringValue().view());
+}
+
+void printListing(const std::string &path, const Mediadata &metadata)
+{
+    constexpr std::size_t nameWidth = 18;
+    std::puts(printable(path).c_str());
+    const auto print = [](const char *name, const std::string &text) {
+        if (!text.empty())
+            std::puts(("  " + fitted(name, nameWidth) + text).c_str());
+    };
+    for (const Property &property : properties)
+        print(property.name, readable(property.read(metadata)));
+    print("artworkCount", std::to_string(artworkCountOf(metadata)));
+}
+
+void showFile(const std::string &path, bool isJson)
+{
+    requireReadable(path);
+    Mediadata metadata(AudioMetadata::CreateMetadataForURL(path));
+    metadata.setFilePath(path);
+    metadata.loadMediaData();
+    if (isJson)
+        printJson(path, metadata);
+    else
+        printListing(path, metadata);
+}
+
+} // namespace
+
+ExitCode showInfo(const std::vector<std::string> &files, bool isJson)
+{
+    ExitCode code = ExitDone;
+    for (const std::string &path : files) {
+        try {
+            if (!isJson && &path != &files.front())
+                std::puts("");
+            showFile(path, isJson);
+        } catch (const ItemError &error) {
+            code = ExitSomeFailed;
+            if (isJson)
+                printJsonLine({{"path", jsonText(path)}, {"error", error.what()}});
+            std::fprintf(stderr, "kelvane: cannot read %s: %s\n", inQuotes(path).c_str(), error.what());
+        }
+    }
+    return code;
+}
+
+} // namespace kelvane::tool

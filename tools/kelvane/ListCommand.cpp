@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ListCommand.h"
+
+#include "DeviceLibrary.h"
+#include "JsonText.h"
+#include "Terminal.h"
+#include "Text.h"
+
+#include <kelvane/media/MediaBase.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace kelvane::tool {
+namespace {
+
+using Records = std::vector<std::shared_ptr<SyncRecord>>;
+
+std::string kindOf(const MediaBase &media)
+{
+    return std::string(kindName(static_cast<MediaKind>(media.mediaKind())));
+}
+
+void printJson(const SyncRecord &record)
+{
+    Json json{{"devicePath", jsonText(record.devicePath)}, {"source", jsonText(record.source)}};
+    for (const MediaField &field : MediaBase::fields())
+        json[field.name] = jsonValue(field.get(*record.media));
+    printJsonLine(json);
+}
+
+// Each item takes one line: columns of numbers in the width they need, the rest shared among the texts. A narrow
+// terminal gets fewer columns; a width of 0 leaves one out.
+struct Columns {
+    std::size_t kind = 5;
+    std::size_t title = 0;
+    std::size_t artist = 0;
+    std::size_t album = 0;
+    std::size_t duration = 7;
+    std::size_t size = 8;
+    std::size_t path = 0;
+
+    Columns(std::size_t width, std::size_t longestPath)
+    {
+        constexpr std::size_t usualPath = 19; // Music/F00/ABCD.flac
+        constexpr std::size_t wide = 72;
+        constexpr std::size_t narrow = 56;
+        constexpr std::size_t gap = 2;
+        if (width < narrow)
+            duration = size = 0;
+        const std::size_t gaps = gap * (width < narrow ? 2 : width < wide ? 4 : 6);
+        const std::size_t taken = kind + duration + size + gaps;
+        const std::size_t texts = width > taken ? width - taken : 0;
+        path = std::min(std::max(longestPath, std::size_t{6}), std::max(usualPath, texts * 3 / 10));
+        const std::size_t rest = texts > path ? texts - path : 1;
+        artist = album = width < wide ? 0 : rest * 3 / 10;
+        title = rest - artist - album;
+    }
+};
+
+struct Row {
+    std::string kind, title, artist, album, duration, size, path;
+};
+
+void printLine(const Columns &columns, const Row &row)
+{
+    std::string line;
+    const auto append = [&](const std::string &cell, std::size_t width) {
+        if (width > 0)
+            line += (line.empty() ? "" : "  ") + cell;
+    };
+    append(fitted(row.kind, columns.kind), columns.kind);
+    append(fitted(row.title, columns.title), columns.title);
+    append(fitted(row.artist, columns.artist), columns.artist);
+    append(fitted(row.album, columns.album), columns.album);
+    append(fittedRight(row.duration, columns.duration), columns.duration);
+    append(fittedRight(row.size, columns.size), columns.size);
+    const bool isCut = displayWidth(row.path) > columns.path;
+    append(isCut ? fitted(row.path, columns.path) : row.path, columns.path);
+    std::puts(line.c_str());
+}
+
+std::string durationOf(const MediaBase &media)
+{
+    const bool isTimed = media.mediaKind() != static_cast<std::uint64_t>(MediaKind::Image);
+    return isTimed && media.duration() > 0 ? durationText(static_cast<std::uint64_t>(media.duration())) : "";
+}
+
+std::string textOf(const String &text)
+{
+    return printable(text.view());
+}
+
+void printTable(const Records &records)
+{
+    std::size_t longestPath = 0;
+    std::uint64_t bytes = 0;
+    for (const auto &record : records) {
+        longestPath = std::max(longestPath, displayWidth(printable(record->devicePath)));
+        bytes += static_cast<std::uint64_t>(record->deviceStamp.size);
+    }
+    const Columns columns(Terminal::columns(), longestPath);
+    if (!records.empty())
+        printLine(columns, {"Kind", "Title", "Artist", "Album", "Time", "Size", "File"});
+    for (const auto &record : records) {
+        const MediaBase &media = *record->media;
+        printLine(columns,
+            {kindOf(media), textOf(media.title()), textOf(media.artist()), textOf(media.album()), durationOf(media),
+                bytesText(static_cast<std::uint64_t>(record->deviceStamp.size)), printable(record->devicePath)});
+    }
+    std::puts((countText(records.size(), "item") + ", " + bytesText(bytes)).c_str());
+}
+
+} // namespace
+
+ExitCode listDevice(const std::string &devicePath, bool isJson)
+{
+    DeviceFolder device(devicePath);
+    if (!DeviceLibrary::exists(device))
+        throw StopError(ExitCannotStart,
+            "cannot list " + inQuotes(devicePath) + ": it has no library; \"kelvane sync SOURCE "
+                + printable(devicePath) + "\" makes one");
+    try {
+        DeviceLibrary library(device);
+        const Records records = library.records(true);
+        if (!isJson)
+            printTable(records);
+        else
+            for (const auto &record : records)
+                printJson(*record);
+    } catch (const DeviceLibrary::LibraryError &error) {
+        throw StopError(ExitCannotStart, "cannot list " + inQuotes(devicePath) + ": " + error.what());
+    }
+    return ExitDone;
+}
+
+} // namespace kelvane::tool

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kelvane::tool {
+
+/// What the command line asks of a sync.
+struct SyncOptions {
+    std::vector<std::string> sources;
+    std::string device;
+    int jobs = 2; // items that are worked on at once
+    bool isDryRun = false;
+    bool deletesVanished = false;
+    bool verifies = false;
+    bool isQuiet = false;
+    bool isVerbose = false;
+    bool isJson = false;
+};
+
+} // namespace kelvane::tool

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SyncPlan.h"
+
+#include "ExitCode.h"
+#include "Interruption.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/stat.h>
+
+namespace kelvane::tool {
+namespace {
+
+bool isGone(const std::string &path)
+{
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
+} // namespace
+
+SyncPlan::SyncPlan(const SyncOptions &options, DeviceFolder &device, DeviceLibrary *library, SyncView &view)
+    : _options(options),
+      _device(device),
+      _library(library),
+      _view(view),
+      _names(device)
+{
+}
+
+void SyncPlan::build()
+{
+    SourceWalker walker(_device.path());
+    for (const std::string &source : _options.sources)
+        walker.walk(source);
+    for (const SourceWalker::Problem &problem : walker.problems())
+        fail(problem.path, "read", problem.reason);
+    _settled.ignored = walker.ignoredCount();
+
+    Records records;
+    if (_library)
+        for (const std::shared_ptr<SyncRecord> &record : _library->records(false)) {
+            _names.take(record->devicePath);
+            records.emplace(record->source, record);
+        }
+    for (const SourceFile &file : walker.files()) {
+        if (Interruption::isRequested())
+            return;
+        const auto known = records.find(file.path);
+        takeFile(file, known == records.end() ? nullptr : known->second);
+        if (known != records.end())
+            records.erase(known);
+    }
+    if (_options.deletesVanished)
+        takeVanished(walker, records);
+}
+
+void SyncPlan::takeFile(const SourceFile &file, const std::shared_ptr<SyncRecord> &known)
+{
+    if (known && isUnchanged(file, *known))
+        return takeUnchanged(known);
+    const auto record = std::make_shared<SyncRecord>();
+    record->source = file.path;
+    record->sourceStamp = file.stamp;
+    try {
+        record->format = &formatOfFile(file);
+        record->devicePath = _names.nameFor(file.path, *record->format);
+    } catch (const ItemError &error) {
+        return fail(file.path, "copy", error.what());
+    }
+    std::shared_ptr<SyncItem> item;
+    if (known) {
+        item = committedItem(known);
+        item->beginEdit();
+        item->setRecord(record);
+        item->endEdit();
+    } else {
+        item = std::make_shared<SyncItem>();
+        item->setRecord(record);
+        _list->addItem(item);
+    }
+    _pending.push_back(item);
+}
+
+void SyncPlan::takeUnchanged(const std::shared_ptr<SyncRecord> &known)
+{
+    const std::shared_ptr<SyncItem> item = committedItem(known);
+    if (_options.verifies && !_options.isDryRun)
+        return _pending.push_back(item);
+    ++_settled.unchanged;
+    _view.itemSkipped(known->source, "unchanged");
+}
+
+// Gone is only what a walk through its folder would have found, and what the system says is not there: a folder that
+// cannot be read, or a source that is missing itself, deletes nothing.
+void SyncPlan::takeVanished(const SourceWalker &walker, const Records &unseen)
+{
+    Items vanished;
+    for (const auto &[source, record] : unseen)
+        if (walker.covers(source) && isGone(source)) {
+            const std::shared_ptr<SyncItem> item = committedItem(record);
+            _list->removeItem(item);
+            vanished.push_back(item);
+        }
+    std::sort(vanished.begin(), vanished.end(),
+        [](const auto &a, const auto &b) { return a->record()->source < b->record()->source; });
+    // Before the others: they may need the room.
+    _pending.insert(_pending.begin(), vanished.begin(), vanished.end());
+}
+
+bool SyncPlan::isUnchanged(const SourceFile &file, const SyncRecord &known)
+{
+    if (file.stamp != known.sourceStamp)
+        return false;
+    const std::optional<FileStamp> copy = _device.stampOf(known.devicePath);
+    return copy && copy->size == known.deviceStamp.size;
+}
+
+std::shared_ptr<SyncItem> SyncPlan::committedItem(const std::shared_ptr<SyncRecord> &record)
+{
+    auto item = std::make_shared<SyncItem>();
+    item->setRecord(record);
+    _list->addItem(item);
+    item->acceptChanges();
+    return item;
+}
+
+void SyncPlan::fail(const std::string &path, std::string_view what, const std::string &reason)
+{
+    ++_settled.failed;
+    _view.itemFailed(path, what, reason);
+}
+
+} // namespace kelvane::tool

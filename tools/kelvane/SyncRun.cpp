@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "SyncRun.h"
+
+#include "Interruption.h"
+#include "Text.h"
+
+#include <algorithm>
+
+namespace kelvane::tool {
+namespace {
+
+std::string_view nameOfAction(std::uint64_t action)
+{
+    constexpr std::string_view names[] = {"verify", "add", "delete", "change"};
+    return names[std::min<std::uint64_t>(action, 3)];
+}
+
+} // namespace
+
+SyncRun::SyncRun(SyncPlan &plan, std::shared_ptr<SyncWork> work, SyncView &view, int jobs)
+    : _pending(plan.pending()),
+      _list(plan.list()),
+      _work(std::move(work)),
+      _jobs(static_cast<std::size_t>(jobs)),
+      _view(view),
+      _summary(plan.settled())
+{
+}
+
+void SyncRun::run()
+{
+    constexpr std::chrono::milliseconds tickInterval{100};
+    const DataItemList::Watcher watcher = [this](const DataItemChangeEventArgs &args) { committed(args.state()); };
+    _list->addItemCommitedWatcher(watcher);
+    Interruption::whenRequested([this] {
+        const std::lock_guard guard(_mutex);
+        _changed.notify_all();
+    });
+    std::size_t next = 0;
+    bool isCancelled = false;
+    std::unique_lock lock(_mutex);
+    while (next < _pending.size() || !_running.empty()) {
+        if (Interruption::isRequested() && !isCancelled) {
+            isCancelled = true;
+            next = _pending.size();
+            lock.unlock();
+            cancelAll();
+            lock.lock();
+            continue;
+        }
+        if (next < _pending.size() && _running.size() < _jobs) {
+            lock.unlock();
+            start(_pending[next++]);
+            lock.lock();
+            continue;
+        }
+        _changed.wait_for(lock, tickInterval);
+        _view.tick();
+    }
+    lock.unlock();
+    Interruption::whenRequested({});
+    _list->removeItemCommitedWatcher(watcher);
+    _summary.isInterrupted = Interruption::isRequested();
+}
+
+std::shared_ptr<SyncItemAsyncTask> SyncRun::makeTask(const std::shared_ptr<SyncItem> &item)
+{
+    const auto work = [work = _work](
+                          AsyncTaskIOS &task, const Object &state) { return work->run(task, state.as<SyncItem>()); };
+    return std::make_shared<SyncItemAsyncTask>(
+        work, Object(item), shared_from_this(), Object(), shared_from_this(), std::shared_ptr<IDataItem>(item));
+}
+
+void SyncRun::start(const std::shared_ptr<SyncItem> &item)
+{
+    const std::shared_ptr<SyncItemAsyncTask> task = makeTask(item);
+    const std::shared_ptr<SyncRecord> record = item->record();
+    {
+        const std::lock_guard guard(_mutex);
+        const SyncItemNews news{
+            record->source, record->devicePath, nameOfAction(task->action()), record->sourceStamp.size};
+        _running.emplace(task.get(), Running{task, news});
+        _view.itemStarted(news);
+    }
+    task->startTask();
+}
+
+void SyncRun::cancelAll()
+{
+    std::vector<std::shared_ptr<SyncItemAsyncTask>> tasks;
+    {
+        const std::lock_guard guard(_mutex);
+        for (const auto &[key, running] : _running)
+            tasks.push_back(running.task);
+    }
+    for (const auto &task : tasks)
+        task->cancel();
+}
+
+void SyncRun::asyncTaskLenghtChanged(IAsyncTask &task, std::int64_t lenght)
+{
+    const std::lock_guard guard(_mutex);
+    const auto found = _running.find(&task);
+    if (found == _running.end())
+        return;
+    Running &running = found->second;
+    const int percent = running.task->lastPercent();
+    // At its end a task reports 100 percent by itself, with the length of the last report of the copy.
+    const std::int64_t copied = percent >= 100 ? running.news.bytes : std::min(lenght * 1024, running.news.bytes);
+    _view.itemProgress(running.news, percent, copied);
+}
+
+void SyncRun::asyncTaskStepEvent(IAsyncTask &task, const std::shared_ptr<IAsyncTaskStepEvent> &event)
+{
+    const std::lock_guard guard(_mutex);
+    if (const auto found = _running.find(&task); found != _running.end())
+        _view.itemStep(found->second.news, event->name().view());
+}
+
+// On the thread of the item's task, before that tells of its completion.
+void SyncRun::committed(DataItemState state)
+{
+    const std::lock_guard guard(_mutex);
+    if (state == DataItemState::Added)
+        ++_summary.added;
+    else if (state == DataItemState::Modified)
+        ++_summary.changed;
+    else if (state == DataItemState::Deleted)
+        ++_summary.deleted;
+}
+
+void SyncRun::syncItemDidCompleted(IAsyncTask &task, const std::shared_ptr<SyncCompletedNotification> &notification)
+{
+    const std::lock_guard guard(_mutex);
+    const auto found = _running.find(&task);
+    if (found == _running.end())
+        return;
+    settle(found->second, *notification);
+    _running.erase(found);
+    _changed.notify_all();
+}
+
+void SyncRun::settle(Running &running, const SyncCompletedNotification &notification)
+{
+    SyncItemNews &news = running.news;
+    const auto item = std::dynamic_pointer_cast<SyncItem>(running.task->dataItem());
+    const std::shared_ptr<SyncRecord> record = item->record();
+    if (notification.result() == AsyncTaskResultSuccess) {
+        // A copy that turned out damaged was made anew.
+        const bool isRepaired = news.what == "verify" && record->devicePath != news.devicePath;
+        if (isRepaired)
+            news.what = "change";
+        news.devicePath = record->devicePath;
+        if (news.what == "verify")
+            ++_summary.unchanged;
+        else if (news.what != "delete")
+            _summary.bytes += static_cast<std::uint64_t>(news.bytes);
+        _view.itemFinished(news);
+    } else if (!running.task->isCancelled()) {
+        ++_summary.failed;
+        const String reason = notification.errorText();
+        _view.itemFailed(news.path, verb(news.what), reason.isNull() ? "it failed" : printable(reason.view()));
+    }
+}
+
+} // namespace kelvane::tool
