@@ -4,6 +4,7 @@
 #include "Interruption.h"
 #include "ListCommand.h"
 #include "LogOutput.h"
+#include "RunCommand.h"
 #include "SyncCommand.h"
 #include "Text.h"
 
@@ -84,6 +85,18 @@ CLI::App *addList(CLI::App &application, Arguments &arguments)
     return command;
 }
 
+CLI::App *addRun(CLI::App &application, Arguments &arguments)
+{
+    CLI::App *command = application.add_subcommand("run", "Run a program and show what it wrote");
+    command->formatter(std::make_shared<HelpFormatter>("run [OPTIONS] -- COMMAND..."));
+    command->add_option("COMMAND", arguments.paths, "The program and its arguments")->required()->option_text("...");
+    command->add_flag("--json", arguments.isJson, "Print output and errors apart, as one JSON object");
+    command->footer("No shell is involved. The output is read when the program has ended: one that writes more than\n"
+                    "64 KiB waits until it is interrupted. The program's exit code is not looked at.\n\n"
+                    "Example:\n  kelvane run --json -- df -h /media/$USER/PHONE");
+    return command;
+}
+
 ExitCode runSync(Arguments arguments)
 {
     if (arguments.paths.size() < 2)
@@ -108,6 +121,7 @@ int run(int argc, char **argv)
                        "\"kelvane COMMAND --help\" tells more of a command.");
     const CLI::App *sync = addSync(application, arguments);
     const CLI::App *info = addInfo(application, arguments);
+    const CLI::App *external = addRun(application, arguments);
     addList(application, arguments);
     try {
         application.parse(argc, argv);
@@ -121,6 +135,10 @@ int run(int argc, char **argv)
         return runSync(std::move(arguments));
     if (info->parsed())
         return showInfo(arguments.paths, arguments.isJson);
+    if (external->parsed()) {
+        Interruption::install();
+        return runExternalCommand(arguments.paths, arguments.isJson);
+    }
     return listDevice(arguments.paths.front(), arguments.isJson);
 }
 
