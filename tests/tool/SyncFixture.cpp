@@ -20,7 +20,7 @@ void SyncFixture::SetUp()
 
 std::string SyncFixture::addMedia(const std::string &sample, const std::string &name) const
 {
-    const std::string path = source(name);
+    std::string path = source(name);
     fs::create_directories(fs::path(path).parent_path());
     fs::copy_file(std::string(KELVANE_TOOL_MEDIA "/") + sample, path, fs::copy_options::overwrite_existing);
     return path;

@@ -16,7 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 class SyncInterruption : public SyncFixture {
 protected:

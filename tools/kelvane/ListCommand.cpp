@@ -37,16 +37,17 @@ struct Columns {
     std::size_t title = 0;
     std::size_t artist = 0;
     std::size_t album = 0;
-    std::size_t duration = 7;
+    std::size_t duration = 0;
     std::size_t size = 8;
     std::size_t path = 0;
 
-    Columns(std::size_t width, std::size_t longestPath)
+    Columns(std::size_t width, std::size_t longestPath, std::size_t longestDuration)
     {
         constexpr std::size_t usualPath = 19; // Music/F00/ABCD.flac
         constexpr std::size_t wide = 72;
         constexpr std::size_t narrow = 56;
         constexpr std::size_t gap = 2;
+        duration = std::max(longestDuration, std::size_t{4});
         if (width < narrow)
             duration = size = 0;
         const std::size_t gaps = gap * (width < narrow ? 2 : width < wide ? 4 : 6);
@@ -95,12 +96,14 @@ std::string textOf(const String &text)
 void printTable(const Records &records)
 {
     std::size_t longestPath = 0;
+    std::size_t longestDuration = 0;
     std::uint64_t bytes = 0;
     for (const auto &record : records) {
         longestPath = std::max(longestPath, displayWidth(printable(record->devicePath)));
+        longestDuration = std::max(longestDuration, durationOf(*record->media).size());
         bytes += static_cast<std::uint64_t>(record->deviceStamp.size);
     }
-    const Columns columns(Terminal::columns(), longestPath);
+    const Columns columns(Terminal::columns(), longestPath, longestDuration);
     if (!records.empty())
         printLine(columns, {"Kind", "Title", "Artist", "Album", "Time", "Size", "File"});
     for (const auto &record : records) {

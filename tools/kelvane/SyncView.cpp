@@ -13,7 +13,7 @@ namespace {
 std::string secondsText(double seconds)
 {
     std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), seconds < 9.95 ? "%.1f s" : "%.0f s", seconds);
+    std::snprintf(text.data(), text.size(), seconds < 0.995 ? "%.2f s" : seconds < 9.95 ? "%.1f s" : "%.0f s", seconds);
     return seconds < 59.5 ? std::string(text.data()) : durationText(static_cast<std::uint64_t>(std::llround(seconds)));
 }
 

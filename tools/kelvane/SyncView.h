@@ -52,7 +52,7 @@ protected:
     virtual void drawAgain() {}
 };
 
-/// "3 copied, 1 replaced, 8 unchanged; 12.3 MB in 0.4 s (30.1 MB/s)": the closing words of the views for people.
+/// "3 copied, 1 replaced, 8 unchanged; 12.3 MB in 0.41 s (30.0 MB/s)": the closing words of the views for people.
 [[nodiscard]] std::string summaryText(const SyncSummary &summary);
 
 /// "copy", "replace", "remove", "verify".

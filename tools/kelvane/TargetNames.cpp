@@ -81,7 +81,7 @@ std::string TargetNames::nameFor(const std::string &sourcePath, const MediaForma
     if (format.kind != MediaKind::Image) {
         // There are 39 million names; a device that is full of them is not a device.
         for (int attempt = 0; attempt < 100000; ++attempt) {
-            const std::string name =
+            std::string name =
                 "Music/" + Utils::getRandomFolderName().str() + '/' + Utils::getRandomFileName().str() + extension;
             if (tryTake(name))
                 return name;
