@@ -2,8 +2,10 @@
 #include "SyncFixture.h"
 
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <memory>
 #include <set>
 #include <sys/xattr.h>
 
@@ -17,6 +19,7 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::SizeIs;
+using testing::StartsWith;
 
 using Sync = SyncFixture;
 
@@ -299,6 +302,16 @@ TEST_F(Sync, PlainLinesNameEachItemAndCarryNoControlCharacters)
     EXPECT_THAT(result.output, HasSubstr("copied " + source("song.mp3") + " -> Music/F"));
     EXPECT_THAT(result.outputLines().back(), HasSubstr("8 copied; "));
     EXPECT_EQ(result.output.find_first_of("\r\x1b"), std::string::npos);
+}
+
+TEST_F(Sync, PlainLinesNameFilesAsSeenFromTheWorkingDirectory)
+{
+    addMedia("song.mp3", "song.mp3");
+    const std::string command = "cd '" + source() + "' && '" KELVANE_TOOL "' sync . '" + device() + "'";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> output(::popen(command.c_str(), "r"), ::pclose);
+    char line[200] = "";
+    ASSERT_NE(std::fgets(line, sizeof line, output.get()), nullptr);
+    EXPECT_THAT(line, StartsWith("copied song.mp3 -> Music/F"));
 }
 
 TEST_F(Sync, QuietSaysNothingButErrors)

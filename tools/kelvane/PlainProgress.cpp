@@ -9,12 +9,12 @@ namespace kelvane::tool {
 
 void PlainProgress::itemPlanned(const SyncItemNews &item)
 {
-    std::puts(("would " + std::string(verb(item.what)) + ' ' + printable(item.path)).c_str());
+    std::puts(("would " + std::string(verb(item.what)) + ' ' + shownPath(item.path)).c_str());
 }
 
 void PlainProgress::itemFinished(const SyncItemNews &item)
 {
-    std::string line = std::string(pastTense(item.what)) + ' ' + printable(item.path);
+    std::string line = std::string(pastTense(item.what)) + ' ' + shownPath(item.path);
     if (!item.devicePath.empty() && item.what != "delete")
         line += " -> " + printable(item.devicePath);
     std::puts(line.c_str());

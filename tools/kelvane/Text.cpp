@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <cwchar>
+#include <filesystem>
 #include <system_error>
 
 namespace kelvane::tool {
@@ -102,6 +103,15 @@ std::string printable(std::string_view text)
 std::string inQuotes(std::string_view path)
 {
     return '"' + printable(path) + '"';
+}
+
+std::string shownPath(std::string_view path)
+{
+    std::error_code error;
+    const std::string folder = std::filesystem::current_path(error).native() + '/';
+    if (!error && path.starts_with(folder))
+        path.remove_prefix(folder.size());
+    return printable(path);
 }
 
 std::string validUtf8(std::string_view text)

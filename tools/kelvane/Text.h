@@ -12,6 +12,8 @@ namespace kelvane::tool {
 [[nodiscard]] std::string printable(std::string_view text);
 /// printable() in quotation marks, as error lines name files.
 [[nodiscard]] std::string inQuotes(std::string_view path);
+/// printable(), as seen from the working directory where the path is below it.
+[[nodiscard]] std::string shownPath(std::string_view path);
 /// `text` as a JSON string may hold it: only bytes that are not UTF-8 read as \xNN.
 [[nodiscard]] std::string validUtf8(std::string_view text);
 
