@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 using kelvane::Dictionary;
@@ -36,7 +37,8 @@ TEST(Exception, TakesTheCallStackWhereItIsMade)
     // The outermost frames are the program's start, in a module that has a name.
     ASSERT_GT(symbols.size(), 3U);
     EXPECT_NE(symbols.back().view().find('/'), std::string_view::npos) << symbols.back().c_str();
-    EXPECT_NE(symbols.front().view().find("foundation_test"), std::string_view::npos) << symbols.front().c_str();
+    EXPECT_TRUE(std::any_of(symbols.begin(), symbols.end(),
+        [](const String &line) { return line.view().find("foundation_test") != std::string_view::npos; }));
 }
 
 TEST(Exception, IsCaughtAsAStandardException)

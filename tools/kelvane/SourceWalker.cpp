@@ -67,6 +67,16 @@ bool SourceWalker::covers(const std::string &path) const
         [&](const std::string &folder) { return isInside(path, folder); });
 }
 
+std::vector<std::string> SourceWalker::barrenFolders() const
+{
+    std::vector<std::string> barren;
+    for (const std::string &folder : _walkedFolders)
+        if (std::none_of(
+                _files.begin(), _files.end(), [&](const SourceFile &file) { return isInside(file.path, folder); }))
+            barren.push_back(folder);
+    return barren;
+}
+
 void SourceWalker::walkFolder(const std::string &folder)
 {
     _walkedFolders.push_back(folder);

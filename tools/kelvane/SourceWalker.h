@@ -36,6 +36,9 @@ public:
     [[nodiscard]] std::uint64_t ignoredCount() const { return _ignoredCount; }
     /// Whether the walk would have found `path` if it were there: the path lies below a walked folder.
     [[nodiscard]] bool covers(const std::string &path) const;
+    /// The walked folders, absolute and without links, in which no media was found: often the place where a disk is
+    /// not mounted.
+    [[nodiscard]] std::vector<std::string> barrenFolders() const;
 
 private:
     void walkFolder(const std::string &folder);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 #include <sys/stat.h>
 
 namespace kelvane::tool {
@@ -92,16 +93,25 @@ void SyncPlan::takeUnchanged(const std::shared_ptr<SyncRecord> &known)
 }
 
 // Gone is only what a walk through its folder would have found, and what the system says is not there: a folder that
-// cannot be read, or a source that is missing itself, deletes nothing.
+// cannot be read, a source that is missing itself, or one without any media deletes nothing.
 void SyncPlan::takeVanished(const SourceWalker &walker, const Records &unseen)
 {
+    const std::vector<std::string> barren = walker.barrenFolders();
+    std::set<std::string> spared;
+    const auto isSpared = [&](const std::string &source) {
+        const auto folder = std::find_if(
+            barren.begin(), barren.end(), [&](const std::string &each) { return source.starts_with(each + '/'); });
+        return folder != barren.end() && (spared.insert(*folder), true);
+    };
     Items vanished;
     for (const auto &[source, record] : unseen)
-        if (walker.covers(source) && isGone(source)) {
+        if (walker.covers(source) && isGone(source) && !isSpared(source)) {
             const std::shared_ptr<SyncItem> item = committedItem(record);
             _list->removeItem(item);
             vanished.push_back(item);
         }
+    for (const std::string &folder : spared)
+        fail(folder, "delete what is gone from", "it holds no media at all (is its disk mounted?)");
     std::sort(vanished.begin(), vanished.end(),
         [](const auto &a, const auto &b) { return a->record()->source < b->record()->source; });
     // Before the others: they may need the room.
