@@ -29,38 +29,71 @@ SyncRun::SyncRun(SyncPlan &plan, std::shared_ptr<SyncWork> work, SyncView &view,
 
 void SyncRun::run()
 {
-    constexpr std::chrono::milliseconds tickInterval{100};
     const DataItemList::Watcher watcher = [this](const DataItemChangeEventArgs &args) { committed(args.state()); };
     _list->addItemCommitedWatcher(watcher);
     Interruption::whenRequested([this] {
         const std::lock_guard guard(_mutex);
         _changed.notify_all();
     });
-    std::size_t next = 0;
+    startLanes();
+    waitForLanes();
+    Interruption::whenRequested({});
+    _list->removeItemCommitedWatcher(watcher);
+    _lanes.clear(); // they know of this run, too
+    _running.clear();
+    _summary.isInterrupted = Interruption::isRequested();
+}
+
+void SyncRun::startLanes()
+{
+    const std::size_t count = std::min(_jobs, _pending.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto lane = std::make_shared<MultiAsyncTask>();
+        lane->addBaseAsyncTaskCompleted([self = shared_from_this()](BaseAsyncTask &, const Object &) {
+            const std::lock_guard laneGuard(self->_mutex);
+            --self->_busyLanes;
+            self->_changed.notify_all();
+        });
+        {
+            const std::lock_guard guard(_mutex);
+            handNextItemTo(lane);
+            _lanes.push_back(lane);
+            ++_busyLanes;
+        }
+        lane->startTask();
+    }
+}
+
+// Called under the lock.
+void SyncRun::handNextItemTo(const std::shared_ptr<MultiAsyncTask> &lane)
+{
+    if (_next == _pending.size() || Interruption::isRequested())
+        return;
+    const std::shared_ptr<SyncItem> &item = _pending[_next++];
+    const std::shared_ptr<SyncItemAsyncTask> task = makeTask(item);
+    const std::shared_ptr<SyncRecord> record = item->record();
+    const SyncItemNews news{record->source, record->devicePath, nameOfAction(task->action()), record->sourceStamp.size};
+    _running.emplace(task.get(), Running{task, lane, news});
+    _view.itemStarted(news);
+    lane->addTask(task);
+}
+
+void SyncRun::waitForLanes()
+{
+    constexpr std::chrono::milliseconds tickInterval{100};
     bool isCancelled = false;
     std::unique_lock lock(_mutex);
-    while (next < _pending.size() || !_running.empty()) {
+    while (_busyLanes > 0) {
         if (Interruption::isRequested() && !isCancelled) {
             isCancelled = true;
-            next = _pending.size();
             lock.unlock();
             cancelAll();
-            lock.lock();
-            continue;
-        }
-        if (next < _pending.size() && _running.size() < _jobs) {
-            lock.unlock();
-            start(_pending[next++]);
             lock.lock();
             continue;
         }
         _changed.wait_for(lock, tickInterval);
         _view.tick();
     }
-    lock.unlock();
-    Interruption::whenRequested({});
-    _list->removeItemCommitedWatcher(watcher);
-    _summary.isInterrupted = Interruption::isRequested();
 }
 
 std::shared_ptr<SyncItemAsyncTask> SyncRun::makeTask(const std::shared_ptr<SyncItem> &item)
@@ -71,25 +104,13 @@ std::shared_ptr<SyncItemAsyncTask> SyncRun::makeTask(const std::shared_ptr<SyncI
         work, Object(item), shared_from_this(), Object(), shared_from_this(), std::shared_ptr<IDataItem>(item));
 }
 
-void SyncRun::start(const std::shared_ptr<SyncItem> &item)
-{
-    const std::shared_ptr<SyncItemAsyncTask> task = makeTask(item);
-    const std::shared_ptr<SyncRecord> record = item->record();
-    {
-        const std::lock_guard guard(_mutex);
-        const SyncItemNews news{
-            record->source, record->devicePath, nameOfAction(task->action()), record->sourceStamp.size};
-        _running.emplace(task.get(), Running{task, news});
-        _view.itemStarted(news);
-    }
-    task->startTask();
-}
-
+// A lane that is cancelled starts no further item's work; the item at work is reached by its own task.
 void SyncRun::cancelAll()
 {
-    std::vector<std::shared_ptr<SyncItemAsyncTask>> tasks;
+    std::vector<std::shared_ptr<IAsyncTask>> tasks;
     {
         const std::lock_guard guard(_mutex);
+        tasks.assign(_lanes.begin(), _lanes.end());
         for (const auto &[key, running] : _running)
             tasks.push_back(running.task);
     }
@@ -131,13 +152,18 @@ void SyncRun::committed(DataItemState state)
 
 void SyncRun::syncItemDidCompleted(IAsyncTask &task, const std::shared_ptr<SyncCompletedNotification> &notification)
 {
+    // A cancel tells of the end of a task at once, and the end of its work tells again, on its lane's thread: only then
+    // is it known what became of the item.
+    if (std::this_thread::get_id() == _runThread)
+        return;
     const std::lock_guard guard(_mutex);
     const auto found = _running.find(&task);
     if (found == _running.end())
         return;
     settle(found->second, *notification);
+    const std::shared_ptr<MultiAsyncTask> lane = std::move(found->second.lane);
     _running.erase(found);
-    _changed.notify_all();
+    handNextItemTo(lane);
 }
 
 void SyncRun::settle(Running &running, const SyncCompletedNotification &notification)
