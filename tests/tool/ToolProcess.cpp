@@ -44,21 +44,36 @@ std::vector<std::string> linesOf(const std::string &text)
     return lines;
 }
 
-[[noreturn]] void becomeTool(std::vector<char *> &arguments, const ToolOptions &options, int output, int errors)
+bool becomeNobody()
 {
     constexpr uid_t nobody = 65534;
+    return ::setgroups(0, nullptr) == 0 && ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
+}
+
+[[noreturn]] void becomeTool(std::vector<char *> &arguments, const ToolOptions &options, int output, int errors)
+{
     ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
     ::dup2(output, STDOUT_FILENO);
     ::dup2(errors, STDERR_FILENO);
     for (const auto &[name, value] : options.environment)
         ::setenv(name.c_str(), value.c_str(), 1);
-    if (options.isUnprivileged && (::setgroups(0, nullptr) != 0 || ::setgid(nobody) != 0 || ::setuid(nobody) != 0))
+    if (options.isUnprivileged && !becomeNobody())
         ::_exit(126);
     ::execv(KELVANE_TOOL, arguments.data());
     ::_exit(127);
 }
 
 } // namespace
+
+bool canRunUnprivileged()
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(becomeNobody() && ::access(KELVANE_TOOL, X_OK) == 0 ? 0 : 1);
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
 
 ToolProcess::ToolProcess(const std::vector<std::string> &arguments, const ToolOptions &options)
     : _outputPath(temporaryFile()),

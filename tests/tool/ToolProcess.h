@@ -14,6 +14,9 @@ struct ToolOptions {
     bool isUnprivileged = false; // run as "nobody", for whom permissions count
 };
 
+/// Whether "nobody" could run the command: it needs the superuser to become him, and folders that he may enter.
+[[nodiscard]] bool canRunUnprivileged();
+
 /// The kelvane command as a process of its own, with its standard output and error caught in files.
 class ToolProcess {
 public:
