@@ -22,8 +22,8 @@ std::optional<FileAttributes> fileAttributes(const String &path) noexcept
     if (!name || statx(AT_FDCWD, name, AT_STATX_SYNC_AS_STAT, STATX_BASIC_STATS | STATX_BTIME, &status) != 0)
         return std::nullopt;
     const bool hasBirthTime = (status.stx_mask & STATX_BTIME) != 0;
-    return FileAttributes{status.stx_size, S_ISDIR(status.stx_mode), S_ISREG(status.stx_mode), hasBirthTime ? dateOf(status.stx_btime) : Date(),
-        dateOf(status.stx_mtime)};
+    return FileAttributes{status.stx_size, S_ISDIR(status.stx_mode), S_ISREG(status.stx_mode),
+        hasBirthTime ? dateOf(status.stx_btime) : Date(), dateOf(status.stx_mtime)};
 }
 
 } // namespace kelvane::detail

@@ -40,7 +40,8 @@ Dictionary everyKind()
         {"least", std::numeric_limits<std::int64_t>::min()}, {"most", std::numeric_limits<std::uint64_t>::max()},
         {"real", 1.25}, {"ascii", "a & <b>"}, {"empty", ""}, {"unicode", "\xC3\xA9\xF0\x9F\x8E\xB5"},
         {"data", bytes("\x01\xFFx")}, {"date", Date(3600)}, {"list", Array{1, "two", Array::empty()}},
-        {"inner", Dictionary{{"key", "value"}}}, {"none", Dictionary::empty()}, {"long", String(std::string(70000, 'x'))}};
+        {"inner", Dictionary{{"key", "value"}}}, {"none", Dictionary::empty()},
+        {"long", String(std::string(70000, 'x'))}};
 }
 
 TEST(PropertyList, EveryKindSurvivesTheBinaryForm)
