@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/platform/SystemVersion.h>
 
-#include <atomic>
+#include <kelvane/foundation/detail/AtomicProperty.h>
 
 namespace kelvane {
 
 namespace {
 
-std::atomic<SystemVersion> &version() noexcept
+detail::AtomicProperty<SystemVersion> &version() noexcept
 {
-    static std::atomic<SystemVersion> current{SystemVersion{11, 0}};
+    static detail::AtomicProperty<SystemVersion> current{SystemVersion{11, 0}};
     return current;
 }
 
@@ -17,12 +17,12 @@ std::atomic<SystemVersion> &version() noexcept
 
 SystemVersion SystemVersion::current() noexcept
 {
-    return version().load(std::memory_order_relaxed);
+    return version().get();
 }
 
 SystemVersion SystemVersion::setCurrent(SystemVersion newVersion) noexcept
 {
-    return version().exchange(newVersion, std::memory_order_relaxed);
+    return version().exchange(newVersion);
 }
 
 } // namespace kelvane
