@@ -112,6 +112,7 @@ void AsyncExecuteProcessTask::runProcess(Process &process)
     const auto errors = GetPipe();
     process.setStandardError(errors);
     process.launch();
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call): the operation's own cancel, which the task's flag does not show
     if (Operation::isCancelled())
         process.terminate(); // the cancel came too early to find a running command
     process.waitUntilExit();

@@ -19,6 +19,7 @@ constexpr std::int32_t withoutDeadline = std::numeric_limits<std::int32_t>::max(
 /// the whole seconds of the time-out. Intended: the count is a float raised by 0.1, not a clock.
 class PollingRhythm {
 public:
+    // NOLINTNEXTLINE(bugprone-integer-division): whole seconds
     explicit PollingRhythm(std::int32_t timeoutMs) : _limit(static_cast<float>(timeoutMs / 1000)) {}
 
     [[nodiscard]] bool isTimeLeft() const { return _elapsed <= _limit; }
@@ -56,7 +57,7 @@ bool AsyncTaskIOS::executeTask(const std::shared_ptr<AsyncTaskIOS> &child, Objec
 {
     if (!child || isCancelled())
         return false;
-    const auto retained = child;
+    const auto retained = child; // NOLINT(performance-unnecessary-copy-initialization): listeners may drop the caller's
     retained->setIsSubTask(true);
     const ProgressChangedBlock forward = forwardProgressOf(*retained);
     setChildTaskArray(std::make_shared<const Tasks>(Tasks{retained}));
@@ -95,7 +96,7 @@ bool AsyncTaskIOS::waitTaskDone(const std::shared_ptr<IAsyncTask> &task, const T
 {
     if (isCancelled() || !task)
         return false;
-    const auto retained = task;
+    const auto retained = task; // NOLINT(performance-unnecessary-copy-initialization): listeners may drop the caller's
     const auto reporter = std::dynamic_pointer_cast<BaseAsyncTask>(retained);
     ProgressChangedBlock forward;
     if (stepCount() > 0 && reporter)

@@ -15,6 +15,7 @@ namespace kelvane {
 
 BaseAsyncTask::BaseAsyncTask() = default;
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as all that is kept
 BaseAsyncTask::BaseAsyncTask(std::shared_ptr<IAsyncTaskDelegate> delegate, Object userState)
 {
     addBaseAsyncDelegate(delegate);

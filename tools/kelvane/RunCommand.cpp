@@ -24,7 +24,7 @@ std::string executablePath(const std::string &name)
     const char *variable = std::getenv("PATH");
     for (std::string_view folders = variable ? variable : "/usr/bin:/bin"; !folders.empty();) {
         const auto end = folders.find(':');
-        const std::string path = std::string(folders.substr(0, end)) + '/' + name;
+        std::string path = std::string(folders.substr(0, end)) + '/' + name;
         if (::access(path.c_str(), X_OK) == 0)
             return path;
         folders.remove_prefix(end == std::string_view::npos ? folders.size() : end + 1);
