@@ -152,6 +152,12 @@ void AsyncTask::forgetTask()
         logger.ZenLogDebug(String("s_baseTaskArray:") + (left.isNull() ? String("()") : left));
 }
 
+std::shared_ptr<ConditionLock> AsyncTask::conditionLock()
+{
+    const std::lock_guard guard(_monitor);
+    return _conditionLock;
+}
+
 void AsyncTask::createCondition()
 {
     const std::lock_guard guard(_monitor);

@@ -100,6 +100,8 @@ public:
 
 protected:
     [[nodiscard]] FinishCallback finishCallback() const { return _finishCallback.get(); }
+    /// The done signal, null as long as nobody has waited: a condition lock at 0 until it is raised, at 1 from then on.
+    [[nodiscard]] std::shared_ptr<ConditionLock> conditionLock();
 
 private:
     static OperationQueue &base_op();

@@ -13,7 +13,6 @@
 using namespace kelvane;
 using kelvane::testsupport::LogCapture;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -280,12 +279,34 @@ TEST(OperationTaskWait, AQueuedTaskIsKeptUntilItHasBeenWaitedFor)
         std::this_thread::yield(); // the queue may hold it for a moment
 }
 
-TEST(OperationTaskWait, ASignalThatSomebodyHoldsIsForcedUp)
+TEST(OperationTaskWait, ASignalThatNobodyWaitsForIsNotRaised)
 {
-    LogCapture log;
-    AsyncTask task;
+    class Task : public AsyncTask {
+    public:
+        using AsyncTask::conditionLock;
+    };
+    Task task;
     task.fireCompletedEvent();
-    EXPECT_THAT(log.errorLines(), IsEmpty()) << "nobody waits: nothing to raise";
+    EXPECT_EQ(task.conditionLock(), nullptr);
+}
+
+TEST(OperationTaskWait, ASignalThatSomebodyHoldsIsForcedUpAfterASecond)
+{
+    class Task : public AsyncTask {
+    public:
+        using AsyncTask::conditionLock;
+    };
+    LogCapture log;
+    Task task;
+    task.createCondition();
+    const auto signal = task.conditionLock();
+    ASSERT_NE(signal, nullptr);
+    signal->lock();
+    const auto start = Clock::now();
+    task.fireCompletedEvent();
+    EXPECT_GE(Clock::now() - start, std::chrono::seconds(1));
+    EXPECT_EQ(signal->condition(), 1);
+    EXPECT_THAT(log.errorLines(), ElementsAre("unexpected fireCompleteEvent"));
 }
 
 TEST(OperationTaskCancel, TellsTheDelegateUnlessCompletedAndKeepsTheFlag)
