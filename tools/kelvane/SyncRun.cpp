@@ -114,8 +114,10 @@ void SyncRun::cancelAll()
         for (const auto &[key, running] : _running)
             tasks.push_back(running.task);
     }
+    _isCancelling = true;
     for (const auto &task : tasks)
         task->cancel();
+    _isCancelling = false;
 }
 
 void SyncRun::asyncTaskLenghtChanged(IAsyncTask &task, std::int64_t lenght)
@@ -154,7 +156,7 @@ void SyncRun::syncItemDidCompleted(IAsyncTask &task, const std::shared_ptr<SyncC
 {
     // A cancel tells of the end of a task at once, and the end of its work tells again, on its lane's thread: only then
     // is it known what became of the item.
-    if (std::this_thread::get_id() == _runThread)
+    if (std::this_thread::get_id() == _runThread && _isCancelling)
         return;
     const std::lock_guard guard(_mutex);
     const auto found = _running.find(&task);

@@ -58,6 +58,7 @@ private:
     const std::shared_ptr<SyncWork> _work;
     const std::size_t _jobs;
     const std::thread::id _runThread = std::this_thread::get_id();
+    bool _isCancelling = false; // of _runThread alone
     std::mutex _mutex;
     std::condition_variable _changed;
     SyncView &_view; // guarded by _mutex, as the rest is
