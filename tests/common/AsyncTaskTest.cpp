@@ -171,24 +171,20 @@ TEST(OperationTask, AnExceptionObjectIsLoggedRaisesNoSignalAndFails)
     EXPECT_THAT(log.infoLines(), ElementsAre("ERROR: reason"));
 }
 
-TEST(OperationTask, AWaitBegunBeforeAnExceptionRunsIntoItsTimeOut)
+TEST(OperationTask, AnExceptionLeavesASignalThatSomebodyWaitsForDown)
 {
+    class Task : public AsyncTask {
+    public:
+        using AsyncTask::conditionLock;
+    };
     LogCapture log;
-    std::latch mayThrow(1);
-    const auto task = taskWith([&](AsyncTask &, const Object &) -> bool {
-        mayThrow.wait();
-        throw Exception("Name", "reason");
-    });
-    task->startTask(false);
+    const auto task = std::make_shared<Task>();
+    task->setTaskWorkCallbackBlock([](AsyncTask &, const Object &) -> bool { throw Exception("Name", "reason"); });
     task->createCondition();
-    mayThrow.count_down();
-    while (!task->isCompleted())
-        std::this_thread::yield();
-    bool isSignalled = true;
-    while (!task->isFinished())
-        isSignalled = task->waitDone(1);
-    EXPECT_TRUE(task->waitDone(0)) << "once finished, a wait sees that";
-    (void)isSignalled;
+    task->startTask();
+    EXPECT_TRUE(task->isCompleted());
+    EXPECT_EQ(task->conditionLock()->condition(), 0) << "a wait begun before runs into its time-out";
+    EXPECT_TRUE(task->waitDone(0)) << "one begun now sees that the task is finished";
 }
 
 TEST(OperationTask, ABlocksSuccessStandsIfOnlyTheDelegateThrew)
