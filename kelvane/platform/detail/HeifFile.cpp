@@ -86,14 +86,19 @@ std::uint32_t cropped(std::uint32_t numerator, std::uint32_t denominator, std::u
     return std::min(size, std::max(1U, numerator / denominator));
 }
 
-// What a coded item's configuration says of its samples.
-std::uint8_t bitsOfConfiguration(HeifBytes body) noexcept
+// What the configuration of an HEVC item says of its samples.
+void readConfiguration(HeifFile &file, HeifBytes body) noexcept
 {
-    constexpr std::size_t lumaDepthOffset = 17;
+    constexpr std::size_t chromaFormatOffset = 16;
     HeifReader reader(body);
-    reader.take(lumaDepthOffset);
+    reader.take(chromaFormatOffset);
+    const std::uint8_t chroma = reader.byte();
     const std::uint8_t depth = reader.byte();
-    return reader.isFailed() ? std::uint8_t{0} : static_cast<std::uint8_t>((depth & 7) + 8);
+    if (reader.isFailed())
+        return;
+    file.chromaFormat = chroma & 3;
+    if (file.bitsPerChannel == 0)
+        file.bitsPerChannel = static_cast<std::uint8_t>((depth & 7) + 8);
 }
 
 class PropertyReader {
@@ -137,10 +142,10 @@ private:
             readColour(file, box.body);
         else if (box.type == fourCharacters("pixi")) {
             reader.word();
-            if (reader.byte() > 0)
-                file.bitsPerChannel = reader.byte();
-        } else if (box.type == fourCharacters("hvcC") && file.bitsPerChannel == 0)
-            file.bitsPerChannel = bitsOfConfiguration(box.body);
+            reader.byte();
+            file.bitsPerChannel = reader.byte();
+        } else if (box.type == fourCharacters("hvcC"))
+            readConfiguration(file, box.body);
     }
 
     void rotate(int quarters)
@@ -186,11 +191,11 @@ void readGrid(HeifFile &file, const HeifItems &items)
     const std::vector<std::uint32_t> tiles = items.referencesOf(items.primary(), fourCharacters("dimg"));
     grid.tiles = tiles.size();
     file.grid = grid;
-    if (file.bitsPerChannel != 0 || tiles.empty())
+    if (tiles.empty())
         return;
     for (const HeifBox &box : items.propertiesOf(tiles.front()))
         if (box.type == fourCharacters("hvcC"))
-            file.bitsPerChannel = bitsOfConfiguration(box.body);
+            readConfiguration(file, box.body);
 }
 
 bool isAlpha(const HeifItems &items, std::uint32_t item)

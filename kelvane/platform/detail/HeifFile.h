@@ -67,6 +67,8 @@ struct HeifFile {
     std::optional<HeifGrid> grid; ///< where the primary item is one
     bool hasAlpha = false;
     std::uint8_t bitsPerChannel = 0; ///< 0 where the file does not say
+    /// How finely HEVC codes colour: 0 not at all, 1 at half the size (4:2:0), 2 at half the width, 3 fully.
+    std::optional<std::uint8_t> chromaFormat;
 
     std::vector<std::byte> iccProfile; ///< of the primary item, empty where there is none
     std::optional<HeifColour> colour; ///< of the primary item
