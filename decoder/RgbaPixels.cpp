@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <system_error>
-#include <thread>
+#include <cstring>
+#include <utility>
 #include <vector>
 
 namespace kelvane::decoder {
@@ -13,28 +13,6 @@ namespace {
 
 constexpr int fraction = 14; // bits of fixed-point numbers behind the point
 constexpr std::int32_t half = 1 << (fraction - 1);
-
-struct Plane {
-    Plane(const heif_image *image, heif_channel channel)
-        : bytes(heif_image_get_plane_readonly(image, channel, &stride)),
-          depth(bytes ? heif_image_get_bits_per_pixel_range(image, channel) : 8),
-          width(heif_image_get_width(image, channel)),
-          height(heif_image_get_height(image, channel))
-    {
-    }
-
-    template <class Sample>
-    [[nodiscard]] const Sample *row(int y) const noexcept
-    {
-        return reinterpret_cast<const Sample *>(bytes + std::ptrdiff_t{y} * stride);
-    }
-
-    int stride = 0; // bytes; before `bytes`, which sets it
-    const std::uint8_t *bytes;
-    int depth;
-    int width;
-    int height;
-};
 
 // Red, green and blue are sums of what luma and the two chroma samples give, each a fixed-point number.
 struct Coefficients {
@@ -112,26 +90,19 @@ struct ChromaRow {
 
 class Conversion {
 public:
-    Conversion(
-        const heif_image *image, const heif_color_profile_nclx *colours, bool isPremultiplied, std::uint8_t *pixels)
-        : luma(image, heif_channel_Y),
-          cb(image, heif_channel_Cb),
-          cr(image, heif_channel_Cr),
-          alpha(image, heif_channel_Alpha),
-          isRgb(colours && colours->matrix_coefficients == 0 && cb.bytes),
-          isAlphaApplied(isPremultiplied),
-          coefficients(coefficientsOf(
-              colours ? colours->matrix_coefficients : 2, !colours || colours->full_range_flag, luma.depth)),
-          to(pixels)
+    Conversion(const HevcPlanes &source, const std::optional<detail::HeifColour> &colour, const Canvas &target,
+        const Place &where)
+        : planes(source),
+          canvas(target),
+          place(where),
+          matrix(colour ? colour->matrix : source.matrix),
+          coefficients(coefficientsOf(matrix, colour ? colour->isFullRange : source.isFullRange, source.depth))
     {
     }
 
-    [[nodiscard]] int width() const noexcept { return luma.width; }
-    [[nodiscard]] int height() const noexcept { return luma.height; }
-
     void convert(int firstRow, int endRow) const
     {
-        if (luma.depth > 8)
+        if (planes.depth > 8)
             convertRows<std::uint16_t>(firstRow, endRow);
         else
             convertRows<std::uint8_t>(firstRow, endRow);
@@ -141,30 +112,31 @@ private:
     template <class Sample>
     void convertRows(int firstRow, int endRow) const
     {
-        const int shiftX = cb.bytes && cb.width < luma.width ? 1 : 0;
-        const int shiftY = cb.bytes && cb.height < luma.height ? 1 : 0;
-        ChromaRow chroma(cb.bytes ? luma.width : 0);
+        constexpr int rgb = 0;
+        ChromaRow chroma(planes.isGrey ? 0 : planes.width);
         for (int y = firstRow; y < endRow; ++y) {
-            auto *row = reinterpret_cast<std::uint32_t *>(to + std::ptrdiff_t{y} * luma.width * 4);
-            if (!cb.bytes)
-                convertGrey(luma.row<Sample>(y), row);
-            else if (isRgb)
-                convertRgb(luma.row<Sample>(y), cb.row<Sample>(y), cr.row<Sample>(y), row);
+            auto *row = reinterpret_cast<std::uint32_t *>(canvas.row(place.y + y)) + place.x;
+            const auto *luma = planes.row<Sample>(0, y);
+            const auto *cb = planes.row<Sample>(1, y >> planes.shiftY);
+            const auto *cr = planes.row<Sample>(2, y >> planes.shiftY);
+            if (planes.isGrey)
+                convertGrey(luma, row);
+            else if (matrix == rgb)
+                convertRgb(luma, cb, cr, row);
             else {
-                if (y == firstRow || shiftY == 0 || y % 2 == 0)
-                    readChroma(cb.row<Sample>(y >> shiftY), cr.row<Sample>(y >> shiftY), shiftX, chroma);
-                convertColour(luma.row<Sample>(y), chroma, row);
+                if (y == firstRow || planes.shiftY == 0 || y % 2 == 0)
+                    readChroma(cb, cr, chroma);
+                convertColour(luma, chroma, row);
             }
-            if (alpha.bytes)
-                applyAlpha(y, reinterpret_cast<std::uint8_t *>(row));
         }
     }
 
     template <class Sample>
-    void readChroma(const Sample *cbRow, const Sample *crRow, int shiftX, ChromaRow &row) const
+    void readChroma(const Sample *cbRow, const Sample *crRow, ChromaRow &row) const
     {
         const auto &[ofRed, ofGreen, ofBlue] = coefficients.chroma;
-        for (int i = 0; i < cb.width; ++i) {
+        const int shiftX = planes.shiftX;
+        for (int i = 0; i < (place.width + shiftX) >> shiftX; ++i) {
             const std::int32_t u = cbRow[i] - coefficients.chromaZero;
             const std::int32_t v = crRow[i] - coefficients.chromaZero;
             const std::int32_t red = u * ofRed[0] + v * ofRed[1] + half;
@@ -188,7 +160,7 @@ private:
         const std::int32_t *red = chroma.red.data();
         const std::int32_t *green = chroma.green.data();
         const std::int32_t *blue = chroma.blue.data();
-        for (int x = 0; x < luma.width; ++x) {
+        for (int x = 0; x < place.width; ++x) {
             const std::int32_t light = (y[x] - coefficients.lumaZero) * coefficients.luma;
             row[x] = packed(clamped(light + red[x]), clamped(light + green[x]), clamped(light + blue[x]));
         }
@@ -197,7 +169,7 @@ private:
     template <class Sample>
     void convertGrey(const Sample *y, std::uint32_t *row) const
     {
-        for (int x = 0; x < luma.width; ++x) {
+        for (int x = 0; x < place.width; ++x) {
             const std::uint32_t light = clamped((y[x] - coefficients.lumaZero) * coefficients.luma + half);
             row[x] = packed(light, light, light);
         }
@@ -210,80 +182,113 @@ private:
         const auto light = [this](Sample sample) {
             return clamped((sample - coefficients.lumaZero) * coefficients.luma + half);
         };
-        for (int x = 0; x < luma.width; ++x)
+        for (int x = 0; x < place.width; ++x)
             row[x] = packed(light(red[x]), light(green[x]), light(blue[x]));
     }
 
-    void applyAlpha(int y, std::uint8_t *row) const
-    {
-        const std::uint32_t top = (1U << alpha.depth) - 1;
-        for (int x = 0; x < luma.width; ++x, row += 4) {
-            const std::uint32_t sample =
-                alpha.depth > 8 ? alpha.row<std::uint16_t>(y)[x] : alpha.row<std::uint8_t>(y)[x];
-            const std::uint32_t opacity = std::min((sample * 255 + top / 2) / top, 255U);
-            for (int i = 0; i < 3; ++i) {
-                // Colour brighter than its alpha would not be premultiplied, whatever the file calls it.
-                row[i] = static_cast<std::uint8_t>(
-                    isAlphaApplied ? std::min<std::uint32_t>(row[i], opacity) : (row[i] * opacity + 127) / 255);
-            }
-            row[3] = static_cast<std::uint8_t>(opacity);
-        }
-    }
-
-    const Plane luma;
-    const Plane cb;
-    const Plane cr;
-    const Plane alpha;
-    const bool isRgb;
-    const bool isAlphaApplied;
+    const HevcPlanes &planes;
+    const Canvas &canvas;
+    const Place place;
+    const int matrix;
     const Coefficients coefficients;
-    std::uint8_t *const to;
 };
 
-// One thread for each core, one of them this one; where the system gives no more threads, this one does it all.
-void inStripes(int rows, const Conversion &conversion)
+template <class Sample>
+void paintAlphaRows(const HevcPlanes &planes, const Canvas &canvas, const Place &place, int firstRow, int endRow)
 {
-    constexpr int fewestRows = 256;
-    const int most = std::max(1, rows / fewestRows);
-    const int count = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, std::min(most, 16));
-    const auto startOf = [=](int stripe) { return static_cast<int>(std::int64_t{rows} * stripe / count) & ~1; };
-    std::vector<std::thread> threads;
-    int first = 0;
-    try {
-        for (; first + 1 < count; ++first)
-            threads.emplace_back([&, first] { conversion.convert(startOf(first), startOf(first + 1)); });
-    } catch (const std::system_error &) {
-        // What no thread was started for is done below.
+    const std::uint32_t top = (1U << planes.depth) - 1;
+    for (int y = firstRow; y < endRow; ++y) {
+        const auto *from = planes.row<Sample>(0, y);
+        std::uint8_t *to = canvas.row(place.y + y) + place.x;
+        for (int x = 0; x < place.width; ++x)
+            to[x] = static_cast<std::uint8_t>((from[x] * 255U + top / 2) / top);
     }
-    conversion.convert(startOf(first), rows);
-    for (std::thread &thread : threads)
-        thread.join();
+}
+
+Canvas cropped(const Canvas &canvas, const detail::HeifTransform &crop)
+{
+    // What the file says of its size held for the stream as well, or the picture would not have come so far.
+    const int left = std::min(static_cast<int>(crop.left), canvas.width - 1);
+    const int top = std::min(static_cast<int>(crop.top), canvas.height - 1);
+    Canvas result(std::min(static_cast<int>(crop.width), canvas.width - left),
+        std::min(static_cast<int>(crop.height), canvas.height - top), 4);
+    for (int y = 0; result.pixels && y < result.height; ++y)
+        std::memcpy(result.row(y), canvas.row(top + y) + 4 * left, result.rowBytes());
+    return result;
+}
+
+Canvas turnedAnticlockwise(const Canvas &canvas)
+{
+    Canvas result(canvas.height, canvas.width, 4);
+    for (int y = 0; result.pixels && y < result.height; ++y) {
+        const std::uint8_t *from = canvas.row(0) + 4 * (canvas.width - 1 - y);
+        std::uint8_t *to = result.row(y);
+        for (int x = 0; x < result.width; ++x, from += canvas.rowBytes(), to += 4)
+            std::memcpy(to, from, 4);
+    }
+    return result;
+}
+
+void mirror(const Canvas &canvas, bool isSideways)
+{
+    if (!isSideways) {
+        for (int y = 0; y < canvas.height / 2; ++y)
+            std::swap_ranges(canvas.row(y), canvas.row(y) + canvas.rowBytes(), canvas.row(canvas.height - 1 - y));
+        return;
+    }
+    for (int y = 0; y < canvas.height; ++y) {
+        auto *row = reinterpret_cast<std::uint32_t *>(canvas.row(y));
+        std::reverse(row, row + canvas.width);
+    }
 }
 
 } // namespace
 
-bool hasKnownPlanes(const heif_image *image)
+void paintColour(const HevcPlanes &planes, const std::optional<detail::HeifColour> &colour, const Canvas &canvas,
+    const Place &place, int firstRow, int endRow)
 {
-    const heif_colorspace space = heif_image_get_colorspace(image);
-    if (space != heif_colorspace_YCbCr && space != heif_colorspace_monochrome)
-        return false;
-    const Plane luma(image, heif_channel_Y);
-    const Plane alpha(image, heif_channel_Alpha);
-    const bool isLumaKnown = luma.bytes && luma.depth >= 8 && luma.depth <= 12;
-    const bool isAlphaKnown = !alpha.bytes || (alpha.width == luma.width && alpha.height == luma.height);
-    if (!isLumaKnown || !isAlphaKnown || space == heif_colorspace_monochrome)
-        return isLumaKnown && isAlphaKnown;
-    const Plane cb(image, heif_channel_Cb);
-    const Plane cr(image, heif_channel_Cr);
-    const auto fits = [](int chroma, int full) { return chroma == full || chroma == (full + 1) / 2; };
-    return cb.bytes && cr.bytes && cb.depth == luma.depth && cr.depth == luma.depth && cb.width == cr.width
-        && cb.height == cr.height && fits(cb.width, luma.width) && fits(cb.height, luma.height);
+    Conversion(planes, colour, canvas, place).convert(firstRow, endRow);
 }
 
-void toRgba(const heif_image *image, const heif_color_profile_nclx *colours, bool isPremultiplied, std::uint8_t *pixels)
+void paintAlpha(const HevcPlanes &planes, const Canvas &canvas, const Place &place, int firstRow, int endRow)
 {
-    const Conversion conversion(image, colours, isPremultiplied, pixels);
-    inStripes(conversion.height(), conversion);
+    if (planes.depth > 8)
+        paintAlphaRows<std::uint16_t>(planes, canvas, place, firstRow, endRow);
+    else
+        paintAlphaRows<std::uint8_t>(planes, canvas, place, firstRow, endRow);
+}
+
+void applyAlpha(const Canvas &pixels, const Canvas &alpha, bool isPremultiplied, int firstRow, int endRow)
+{
+    for (int y = firstRow; y < endRow; ++y) {
+        std::uint8_t *pixel = pixels.row(y);
+        const std::uint8_t *opacities = alpha.row(static_cast<int>(std::int64_t{y} * alpha.height / pixels.height));
+        for (int x = 0; x < pixels.width; ++x, pixel += 4) {
+            const std::uint32_t opacity = opacities[std::int64_t{x} * alpha.width / pixels.width];
+            for (int i = 0; i < 3; ++i) {
+                // Colour brighter than its alpha would not be premultiplied, whatever the file calls it.
+                pixel[i] = static_cast<std::uint8_t>(
+                    isPremultiplied ? std::min<std::uint32_t>(pixel[i], opacity) : (pixel[i] * opacity + 127) / 255);
+            }
+            pixel[3] = static_cast<std::uint8_t>(opacity);
+        }
+    }
+}
+
+Canvas transformed(Canvas canvas, const std::vector<detail::HeifTransform> &transforms)
+{
+    using Kind = detail::HeifTransform::Kind;
+    for (const detail::HeifTransform &transform : transforms) {
+        if (transform.kind == Kind::crop)
+            canvas = cropped(canvas, transform);
+        else if (transform.kind == Kind::mirror)
+            mirror(canvas, transform.isSideways);
+        for (int i = 0; canvas.pixels && i < transform.quarters; ++i)
+            canvas = turnedAnticlockwise(canvas);
+        if (!canvas.pixels)
+            break;
+    }
+    return canvas;
 }
 
 } // namespace kelvane::decoder

@@ -1,22 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "HeifFile.h"
 
-#include "HeifBoxes.h"
+#include "HeifContainer.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <fcntl.h>
+#include <cmath>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <tuple>
+#include <utility>
 
 namespace kelvane::detail {
 namespace {
 
-constexpr std::uint64_t mostBytes = 16U << 20; // of the headers, and of EXIF, XMP and profile
-constexpr std::uint64_t mostBrandBytes = 4096;
-constexpr int mostTopLevelBoxes = 1000;
+constexpr std::uint64_t mostBytes = 16U << 20; // of EXIF and of XMP
 constexpr std::size_t mostCandidates = 16; // items looked at to find the one that belongs to the primary item
 
 // Where a point of the stored picture comes to lie: two rows of a matrix, x to the right and y down.
@@ -78,26 +75,36 @@ void readColour(HeifFile &file, HeifBytes body)
         file.colour = colour;
 }
 
-// A length given as a fraction, no more than there is; all of it where the fraction is none.
-std::uint32_t cropped(std::uint32_t numerator, std::uint32_t denominator, std::uint32_t size) noexcept
+// A number that the file gives as a fraction; one that is none is 0.
+double fraction(HeifReader &reader, bool isSigned) noexcept
 {
-    if (denominator == 0 || numerator == 0)
-        return size;
-    return std::min(size, std::max(1U, numerator / denominator));
+    const std::uint32_t numerator = reader.word();
+    const std::uint32_t denominator = reader.word();
+    if (denominator == 0)
+        return 0;
+    return (isSigned ? static_cast<std::int32_t>(numerator) : static_cast<double>(numerator)) / denominator;
+}
+
+// The pixels from `first` on that a clean aperture of `length`, its middle `offset` off the picture's, has in common
+// with the `size` that are there: where they begin, and how many they are. All of them where there are none.
+std::pair<std::uint32_t, std::uint32_t> apertureOf(double first, double length, std::uint32_t size) noexcept
+{
+    const double last = std::round(length - 1 + first);
+    const double from = std::max(first, 0.0);
+    const double to = std::min(last, size - 1.0);
+    if (size == 0 || !(from <= to))
+        return {0, size};
+    return {static_cast<std::uint32_t>(from), static_cast<std::uint32_t>(to - from) + 1};
 }
 
 // What the configuration of an HEVC item says of its samples.
 void readConfiguration(HeifFile &file, HeifBytes body) noexcept
 {
-    constexpr std::size_t chromaFormatOffset = 16;
+    constexpr std::size_t lumaDepthOffset = 17;
     HeifReader reader(body);
-    reader.take(chromaFormatOffset);
-    const std::uint8_t chroma = reader.byte();
+    reader.take(lumaDepthOffset);
     const std::uint8_t depth = reader.byte();
-    if (reader.isFailed())
-        return;
-    file.chromaFormat = chroma & 3;
-    if (file.bitsPerChannel == 0)
+    if (!reader.isFailed() && file.bitsPerChannel == 0)
         file.bitsPerChannel = static_cast<std::uint8_t>((depth & 7) + 8);
 }
 
@@ -134,8 +141,7 @@ private:
         if (box.type == fourCharacters("irot"))
             rotate(reader.byte() & 3);
         else if (box.type == fourCharacters("imir")) {
-            turn = then(turn, reader.byte() & 1 ? sideways : upsideDown);
-            file.isMirrored = true;
+            mirror((reader.byte() & 1) != 0);
         } else if (box.type == fourCharacters("clap"))
             crop(reader);
         else if (box.type == fourCharacters("colr"))
@@ -148,8 +154,21 @@ private:
             readConfiguration(file, box.body);
     }
 
+    void mirror(bool isSideways)
+    {
+        turn = then(turn, isSideways ? sideways : upsideDown);
+        file.isMirrored = true;
+        HeifTransform transform;
+        transform.kind = HeifTransform::Kind::mirror;
+        transform.isSideways = isSideways;
+        file.transforms.push_back(transform);
+    }
+
     void rotate(int quarters)
     {
+        HeifTransform transform;
+        transform.quarters = quarters;
+        file.transforms.push_back(transform);
         file.rotation = (file.rotation + quarters * 90) % 360;
         for (int i = 0; i < quarters; ++i) {
             turn = then(turn, quarterAnticlockwise);
@@ -159,43 +178,38 @@ private:
 
     void crop(HeifReader &reader)
     {
-        const std::uint32_t width = reader.word();
-        const std::uint32_t widthDivisor = reader.word();
-        const std::uint32_t height = reader.word();
-        const std::uint32_t heightDivisor = reader.word();
+        const double width = fraction(reader, false);
+        const double height = fraction(reader, false);
+        const double right = fraction(reader, true);
+        const double down = fraction(reader, true);
         file.isCropped = true;
         if (reader.isFailed())
             return;
-        file.uprightWidth = cropped(width, widthDivisor, file.uprightWidth);
-        file.uprightHeight = cropped(height, heightDivisor, file.uprightHeight);
+        // The left edge is rounded down and the top one to the nearest, as libheif does it.
+        const double left = std::floor(right + (file.uprightWidth - 1.0) / 2 - (width - 1) / 2);
+        const double top = std::round(down + (file.uprightHeight - 1.0) / 2 - (height - 1) / 2);
+        HeifTransform transform;
+        transform.kind = HeifTransform::Kind::crop;
+        std::tie(transform.left, transform.width) = apertureOf(left, width, file.uprightWidth);
+        std::tie(transform.top, transform.height) = apertureOf(top, height, file.uprightHeight);
+        file.uprightWidth = transform.width;
+        file.uprightHeight = transform.height;
+        file.transforms.push_back(transform);
     }
 
     HeifFile &file;
     Turn turn = noTurn;
 };
 
+// The tiles tell the depth of a grid that does not.
 void readGrid(HeifFile &file, const HeifItems &items)
 {
-    constexpr std::size_t mostGridBytes = 12;
-    const std::vector<std::byte> content = items.contentOf(items.primary(), mostGridBytes);
-    HeifReader reader(content);
-    reader.byte();
-    const std::size_t size = reader.byte() & 1 ? 4 : 2;
-    HeifGrid grid;
-    grid.rows = reader.byte() + 1U;
-    grid.columns = reader.byte() + 1U;
-    grid.width = static_cast<std::uint32_t>(reader.number(size));
-    grid.height = static_cast<std::uint32_t>(reader.number(size));
-    if (reader.isFailed())
-        return;
+    file.grid = readHeifGrid(items, items.primary());
     const std::vector<std::uint32_t> tiles = items.referencesOf(items.primary(), fourCharacters("dimg"));
-    grid.tiles = tiles.size();
-    file.grid = grid;
-    if (tiles.empty())
-        return;
-    for (const HeifBox &box : items.propertiesOf(tiles.front()))
-        if (box.type == fourCharacters("hvcC"))
-            readConfiguration(file, box.body);
+    if (file.bitsPerChannel == 0 && !tiles.empty())
+        for (const HeifBox &box : items.propertiesOf(tiles.front()))
+            if (box.type == fourCharacters("hvcC"))
+                readConfiguration(file, box.body);
 }
 
 bool isAlpha(const HeifItems &items, std::uint32_t item)
@@ -208,6 +222,19 @@ bool isAlpha(const HeifItems &items, std::uint32_t item)
             return true;
     }
     return false;
+}
+
+void readAlpha(HeifFile &file, const HeifItems &items)
+{
+    for (const std::uint32_t item : items.referencesTo(items.primary(), fourCharacters("auxl"), mostCandidates)) {
+        if (!isAlpha(items, item))
+            continue;
+        file.hasAlpha = true;
+        file.alphaItem = item;
+        const auto multipliers = items.referencesOf(items.primary(), fourCharacters("prem"));
+        file.isPremultiplied = std::find(multipliers.begin(), multipliers.end(), item) != multipliers.end();
+        return;
+    }
 }
 
 // Of those that describe something, the item that describes the primary one; the first where none says so.
@@ -259,112 +286,47 @@ bool readItems(HeifFile &file, const HeifItems &items)
     PropertyReader(file).read(items.propertiesOf(items.primary()));
     if (type == fourCharacters("grid"))
         readGrid(file, items);
-    for (const std::uint32_t item : items.referencesTo(items.primary(), fourCharacters("auxl"), mostCandidates))
-        file.hasAlpha = file.hasAlpha || isAlpha(items, item);
+    readAlpha(file, items);
     file.exif = tiffBlock(descriptionOf(items, items.itemsOfType(fourCharacters("Exif"), mostCandidates)));
     file.xmp = descriptionOf(items, items.itemsOfType(fourCharacters("mime"), mostCandidates, "application/rdf+xml"));
     return true;
 }
 
-// The header of a box of the file itself, whose body is not read.
-struct TopLevelBox {
-    std::uint32_t type = 0;
-    std::uint64_t body = 0; // offset
-    std::uint64_t end = 0;
-};
-
-std::optional<TopLevelBox> topLevelBox(
-    const HeifItems::ReadFile &readFile, std::uint64_t offset, std::uint64_t fileSize)
-{
-    const std::vector<std::byte> header = readFile(offset, 16);
-    HeifReader reader(header);
-    std::uint64_t size = reader.word();
-    TopLevelBox box;
-    box.type = reader.word();
-    box.body = offset + 8;
-    if (size == 1) {
-        size = reader.number(8);
-        box.body = offset + 16;
-    }
-    const std::uint64_t left = fileSize - offset;
-    if (size == 0)
-        size = left;
-    // A box may reach behind the end of a file that was cut off; what is there of it is not looked at.
-    if (reader.isFailed() || size < box.body - offset || size > left)
-        return std::nullopt;
-    box.end = offset + size;
-    return box;
-}
-
-std::optional<HeifFile> describe(const HeifItems::ReadFile &readFile, std::uint64_t fileSize)
-{
-    HeifFile file;
-    std::uint64_t offset = 0;
-    for (int count = 0; count < mostTopLevelBoxes && offset < fileSize; ++count) {
-        const auto box = topLevelBox(readFile, offset, fileSize);
-        if (!box)
-            break;
-        const std::uint64_t size = box->end - box->body;
-        if (box->type == fourCharacters("ftyp"))
-            readBrands(file, readFile(box->body, std::min(size, mostBrandBytes)));
-        else if (box->type == fourCharacters("meta")) {
-            if (file.majorBrand.empty() || size > mostBytes)
-                return std::nullopt;
-            const std::vector<std::byte> meta = readFile(box->body, size);
-            return readItems(file, HeifItems(meta, readFile)) ? std::optional(std::move(file)) : std::nullopt;
-        }
-        offset = box->end;
-    }
-    return std::nullopt;
-}
-
-std::vector<std::byte> readPart(int descriptor, std::uint64_t fileSize, std::uint64_t offset, std::uint64_t size)
-{
-    if (offset >= fileSize)
-        return {};
-    std::vector<std::byte> part(static_cast<std::size_t>(std::min(size, fileSize - offset)));
-    std::size_t done = 0;
-    while (done < part.size()) {
-        const ssize_t got =
-            ::pread(descriptor, part.data() + done, part.size() - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        done += static_cast<std::size_t>(got);
-    }
-    part.resize(done);
-    return part;
-}
-
 } // namespace
+
+std::optional<HeifGrid> readHeifGrid(const HeifItems &items, std::uint32_t item)
+{
+    constexpr std::size_t mostGridBytes = 12;
+    const std::vector<std::byte> content = items.contentOf(item, mostGridBytes);
+    HeifReader reader(content);
+    reader.byte();
+    const std::size_t size = reader.byte() & 1 ? 4 : 2;
+    HeifGrid grid;
+    grid.rows = reader.byte() + 1U;
+    grid.columns = reader.byte() + 1U;
+    grid.width = static_cast<std::uint32_t>(reader.number(size));
+    grid.height = static_cast<std::uint32_t>(reader.number(size));
+    grid.tiles = items.referencesOf(item, fourCharacters("dimg")).size();
+    return reader.isFailed() ? std::nullopt : std::optional(grid);
+}
 
 std::optional<HeifFile> HeifFile::read(const std::string &path)
 {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (descriptor < 0)
-        return std::nullopt;
-    struct stat status = {};
-    std::optional<HeifFile> file;
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-        const auto fileSize = static_cast<std::uint64_t>(status.st_size);
-        file = describe(
-            [=](std::uint64_t offset, std::uint64_t size) { return readPart(descriptor, fileSize, offset, size); },
-            fileSize);
-    }
-    ::close(descriptor);
-    return file;
+    const auto container = HeifContainer::open(path);
+    return container ? describe(*container) : std::nullopt;
 }
 
 std::optional<HeifFile> HeifFile::parse(std::span<const std::byte> file)
 {
-    return describe(
-        [file](std::uint64_t offset, std::uint64_t size) {
-            HeifReader reader(file);
-            reader.take(offset);
-            return copyOf(reader.take(std::min<std::uint64_t>(size, reader.rest().size())));
-        },
-        file.size());
+    const auto container = HeifContainer::open(file);
+    return container ? describe(*container) : std::nullopt;
+}
+
+std::optional<HeifFile> HeifFile::describe(const HeifContainer &container)
+{
+    HeifFile file;
+    readBrands(file, container.brands());
+    return readItems(file, container.items()) ? std::optional(std::move(file)) : std::nullopt;
 }
 
 } // namespace kelvane::detail

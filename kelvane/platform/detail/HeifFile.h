@@ -29,6 +29,21 @@ struct HeifGrid {
     std::size_t tiles = 0; ///< that the file names: rows * columns in a file that is whole
 };
 
+/// One of the things to be done to the stored picture before it is shown, in the order of the file.
+struct HeifTransform {
+    enum class Kind { crop, turn, mirror };
+
+    Kind kind = Kind::turn;
+    int quarters = 0; ///< of a turn, anticlockwise
+    bool isSideways = false; ///< of a mirror: left and right change places, else top and bottom
+    std::uint32_t left = 0; ///< of a crop: what is kept of the picture as it is at that point
+    std::uint32_t top = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
+
+class HeifContainer;
+
 /// What a HEIF file (HEIC and AVIF photos) says of its primary picture without decoding it: size, how it lies, colour,
 /// EXIF. Made for files of unknown origin: what does not fit its box is left out, and what is kept is bounded (headers
 /// 16 MiB, EXIF, XMP and profile 16 MiB each), whatever the file claims.
@@ -42,6 +57,8 @@ struct HeifFile {
     [[nodiscard]] static std::optional<HeifFile> read(const std::string &path);
     /// The same of a file in memory.
     [[nodiscard]] static std::optional<HeifFile> parse(std::span<const std::byte> file);
+    /// The same of a file that is open.
+    [[nodiscard]] static std::optional<HeifFile> describe(const HeifContainer &container);
 
     std::string majorBrand; ///< four characters
     std::vector<std::string> compatibleBrands;
@@ -56,6 +73,7 @@ struct HeifFile {
     /// Anticlockwise degrees by which the stored picture is turned for viewing, 0 to 270; the sum where several are given.
     /// As EXIF counts, the stored picture lies at this angle clockwise.
     int rotation = 0;
+    std::vector<HeifTransform> transforms;
     bool isMirrored = false;
     bool isCropped = false;
     /// Whether the stored pixels need nothing but `rotation` to be upright.
@@ -66,15 +84,19 @@ struct HeifFile {
 
     std::optional<HeifGrid> grid; ///< where the primary item is one
     bool hasAlpha = false;
+    std::uint32_t alphaItem = 0; ///< its number
+    bool isPremultiplied = false; ///< colour by alpha
     std::uint8_t bitsPerChannel = 0; ///< 0 where the file does not say
-    /// How finely HEVC codes colour: 0 not at all, 1 at half the size (4:2:0), 2 at half the width, 3 fully.
-    std::optional<std::uint8_t> chromaFormat;
 
     std::vector<std::byte> iccProfile; ///< of the primary item, empty where there is none
     std::optional<HeifColour> colour; ///< of the primary item
     std::vector<std::byte> exif; ///< from the TIFF header ("II*" or "MM") on, empty where there is none
     std::vector<std::byte> xmp; ///< empty where there is none
 };
+
+class HeifItems;
+/// The shape of the grid that an item is; nothing where it is none.
+[[nodiscard]] std::optional<HeifGrid> readHeifGrid(const HeifItems &items, std::uint32_t item);
 
 /// An ICC profile for pixels that were converted to RGB from such colours; empty where that is sRGB anyway, or where
 /// the numbers are unknown. Without it a viewer takes the pixels for sRGB, and a Display P3 photo looks dull.
