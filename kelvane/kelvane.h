@@ -97,6 +97,7 @@
 #include <kelvane/data/TypedDataItem.h>
 
 // media: records of media and their readers
+#include <kelvane/media/HeicConverter.h>
 #include <kelvane/media/LocalMediaRecord.h>
 #include <kelvane/media/MediaBase.h>
 #include <kelvane/media/Mediadata.h>
