@@ -60,7 +60,10 @@ DecodedPicture *decode(const char *path)
     if (Canvas canvas = hevc.decode(); canvas.pixels)
         return pictureOf(
             isLeftAsStored ? std::move(canvas) : transformed(std::move(canvas), file->transforms), rotation);
-    if (!hevc.isUnsupported())
+    // Twice the picture for what it is derived from, and once for its alpha.
+    const std::int64_t mostPixels = 3 * pixelLimit(container->fileSize());
+    if (!hevc.isUnsupported() || !isBounded(container->items(), container->items().primary(), mostPixels)
+        || (file->hasAlpha && !isBounded(container->items(), file->alphaItem, mostPixels)))
         return nullptr;
     const std::uint32_t longest = std::max(file->storedWidth, file->storedHeight);
     return pictureOf(decodeByStock(path, longest, isLeftAsStored), rotation);

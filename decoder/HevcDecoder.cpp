@@ -32,7 +32,7 @@ bool HevcDecoder::open(std::int64_t mostPixels)
     _context->thread_type = FF_THREAD_SLICE;
     _context->err_recognition = AV_EF_EXPLODE;
     _context->max_pixels = mostPixels;
-    _context->log_level_offset = 100; // silences it: standard error is the application's
+    _context->log_level_offset = 100; // silences all but a few lines: standard error is the application's
     return avcodec_open2(_context, codec, nullptr) == 0;
 }
 

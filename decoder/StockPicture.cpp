@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "StockPicture.h"
 
+#include "HevcStream.h"
 #include "Parallel.h"
 
 #include <libheif/heif.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
@@ -68,7 +71,33 @@ Canvas copyOf(const heif_image *image, bool isPremultiplied)
     return canvas;
 }
 
+// Takes the pixels of the item, and of those that it is derived from, off what may still be decoded.
+bool spend(const detail::HeifItems &items, std::uint32_t item, int deepest, std::int64_t &pixels)
+{
+    constexpr std::int64_t fewest = 4096; // counted for each, so that many of no size end as well
+    const ItemSize size = sizeOf(items, item);
+    pixels -= std::max(
+        fewest, static_cast<std::int64_t>(std::min<std::uint64_t>(std::uint64_t{size.width} * size.height, INT32_MAX)));
+    const std::uint32_t type = items.typeOf(item);
+    const bool isDerived = type == detail::fourCharacters("grid") || type == detail::fourCharacters("iden")
+        || type == detail::fourCharacters("iovl");
+    if (!isDerived || pixels < 0)
+        return pixels >= 0;
+    if (deepest == 0)
+        return false;
+    for (const std::uint32_t source : items.referencesOf(item, detail::fourCharacters("dimg")))
+        if (!spend(items, source, deepest - 1, pixels))
+            return false;
+    return true;
+}
+
 } // namespace
+
+bool isBounded(const detail::HeifItems &items, std::uint32_t item, std::int64_t mostPixels)
+{
+    constexpr int deepest = 4;
+    return spend(items, item, deepest, mostPixels);
+}
 
 Canvas decodeByStock(const std::string &path, std::uint32_t longestSide, bool isLeftAsStored)
 {
