@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ExitCode.h"
+#include "HeicToJpegCommand.h"
 #include "InfoCommand.h"
 #include "Interruption.h"
 #include "ListCommand.h"
@@ -25,6 +26,7 @@ using namespace kelvane::tool;
 struct Arguments {
     std::vector<std::string> paths;
     SyncOptions sync;
+    HeicToJpegOptions heicToJpeg;
     bool isJson = false;
 };
 
@@ -55,13 +57,15 @@ CLI::App *addSync(CLI::App &application, Arguments &arguments)
     command->add_flag(
         "--delete", arguments.sync.deletesVanished, "Remove from the device what is no longer in the given folders");
     command->add_flag("--verify", arguments.sync.verifies, "Compare every copy with its source, byte by byte");
+    command->add_flag("--keep-heic", arguments.sync.keepsHeic, "Copy HEIC photos as they are, not as JPEG");
     command->add_flag("-q,--quiet", arguments.sync.isQuiet, "Say nothing but errors");
     command->add_flag("-v,--verbose", arguments.sync.isVerbose, "Show the library's log on standard error");
     command->add_flag("--json", arguments.isJson, "Print one event a line as JSON");
-    command->footer("Audio and video go to Music, images to Photos. A second run copies only what changed;\n"
-                    "an interrupted one is finished by the next.\n\n"
-                    "Example:\n  kelvane sync ~/Music ~/Pictures /media/$USER/PHONE\n\n"
-                    "Exit codes: 0 done, 1 some items failed, 2 wrong use, 3 cannot start, 130 interrupted");
+    command->footer(
+        "Audio and video go to Music, images to Photos, HEIC photos as JPEG. A second run copies only what\n"
+        "changed; an interrupted one is finished by the next.\n\n"
+        "Example:\n  kelvane sync ~/Music ~/Pictures /media/$USER/PHONE\n\n"
+        "Exit codes: 0 done, 1 some items failed, 2 wrong use, 3 cannot start, 130 interrupted");
     return command;
 }
 
@@ -72,6 +76,21 @@ CLI::App *addInfo(CLI::App &application, Arguments &arguments)
     command->add_option("FILE", arguments.paths, "Files to read")->required()->option_text("...");
     command->add_flag("--json", arguments.isJson, "Print one object a line as JSON");
     command->footer("Example:\n  kelvane info --json song.mp3 film.mp4");
+    return command;
+}
+
+CLI::App *addHeicToJpeg(CLI::App &application, Arguments &arguments)
+{
+    CLI::App *command = application.add_subcommand("heic2jpg", "Convert HEIC photos to JPEG");
+    command->formatter(std::make_shared<HelpFormatter>("heic2jpg [OPTIONS] FILE..."));
+    command->add_option("FILE", arguments.paths, "Photos to convert")->required()->option_text("...");
+    command->add_option("-o,--output", arguments.heicToJpeg.folder, "Folder for the JPEG files (default: beside each)")
+        ->option_text("DIR");
+    command->add_flag("-f,--force", arguments.heicToJpeg.overwrites, "Replace JPEG files that are there already");
+    command->add_flag("--json", arguments.isJson, "Print one object a line as JSON");
+    command->footer("Orientation, colours, date, place and camera come along.\n\n"
+                    "Example:\n  kelvane heic2jpg -o ~/Pictures IMG_0042.HEIC\n\n"
+                    "Exit codes: 0 done, 1 some failed, 2 wrong use, 3 cannot start, 130 interrupted");
     return command;
 }
 
@@ -121,6 +140,7 @@ int run(int argc, char **argv)
                        "\"kelvane COMMAND --help\" tells more of a command.");
     const CLI::App *sync = addSync(application, arguments);
     const CLI::App *info = addInfo(application, arguments);
+    const CLI::App *heicToJpeg = addHeicToJpeg(application, arguments);
     const CLI::App *external = addRun(application, arguments);
     addList(application, arguments);
     try {
@@ -135,6 +155,10 @@ int run(int argc, char **argv)
         return runSync(std::move(arguments));
     if (info->parsed())
         return showInfo(arguments.paths, arguments.isJson);
+    if (heicToJpeg->parsed()) {
+        Interruption::install();
+        return convertPhotos(arguments.paths, arguments.heicToJpeg, arguments.isJson);
+    }
     if (external->parsed()) {
         Interruption::install();
         return runExternalCommand(arguments.paths, arguments.isJson);
