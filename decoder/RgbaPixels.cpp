@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
 #include <utility>
 #include <vector>
 
@@ -243,6 +245,20 @@ void mirror(const Canvas &canvas, bool isSideways)
 }
 
 } // namespace
+
+std::uint8_t *Canvas::allocate(std::size_t size)
+{
+    constexpr std::size_t largePage = 2U << 20;
+    if (size < 4 * largePage)
+        return static_cast<std::uint8_t *>(std::malloc(size));
+    void *pages = nullptr;
+    if (::posix_memalign(&pages, largePage, size) != 0)
+        return nullptr;
+#ifdef MADV_HUGEPAGE
+    ::madvise(pages, size / largePage * largePage, MADV_HUGEPAGE);
+#endif
+    return static_cast<std::uint8_t *>(pages);
+}
 
 void paintColour(const HevcPlanes &planes, const std::optional<detail::HeifColour> &colour, const Canvas &canvas,
     const Place &place, int firstRow, int endRow)
