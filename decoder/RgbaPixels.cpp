@@ -215,7 +215,7 @@ Canvas cropped(const Canvas &canvas, const detail::HeifTransform &crop)
     Canvas result(std::min(static_cast<int>(crop.width), canvas.width - left),
         std::min(static_cast<int>(crop.height), canvas.height - top), 4);
     for (int y = 0; result.pixels && y < result.height; ++y)
-        std::memcpy(result.row(y), canvas.row(top + y) + 4 * left, result.rowBytes());
+        std::memcpy(result.row(y), canvas.row(top + y) + std::ptrdiff_t{4} * left, result.rowBytes());
     return result;
 }
 
@@ -223,7 +223,7 @@ Canvas turnedAnticlockwise(const Canvas &canvas)
 {
     Canvas result(canvas.height, canvas.width, 4);
     for (int y = 0; result.pixels && y < result.height; ++y) {
-        const std::uint8_t *from = canvas.row(0) + 4 * (canvas.width - 1 - y);
+        const std::uint8_t *from = canvas.row(0) + std::ptrdiff_t{4} * (canvas.width - 1 - y);
         std::uint8_t *to = result.row(y);
         for (int x = 0; x < result.width; ++x, from += canvas.rowBytes(), to += 4)
             std::memcpy(to, from, 4);

@@ -62,7 +62,7 @@ const std::uint8_t *onWhite(const std::uint8_t *row, std::uint32_t width, std::v
     room.assign(row, row + std::size_t{width} * 4);
     for (std::uint32_t x = 0; x < width; ++x) {
         const int white = 255 - room[4 * x + 3];
-        for (std::size_t i = 4 * x; i < 4 * x + 3; ++i)
+        for (std::size_t i = std::size_t{4} * x, end = i + 3; i < end; ++i)
             room[i] = static_cast<std::uint8_t>(std::min(255, room[i] + white));
     }
     return room.data();
