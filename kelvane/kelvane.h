@@ -104,6 +104,9 @@
 #include <kelvane/media/Mediadata.h>
 #include <kelvane/media/MediaField.h>
 #include <kelvane/media/MimeTypes.h>
+#include <kelvane/media/PlaylistBase.h>
+#include <kelvane/media/PlaylistItems.h>
+#include <kelvane/media/PlaylistRecord.h>
 #include <kelvane/media/TagFile.h>
 
 // storage: databases and file copies
