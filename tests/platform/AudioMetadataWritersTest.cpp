@@ -8,7 +8,9 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 using namespace kelvane;
 using namespace kelvane::testsupport;
@@ -354,4 +356,26 @@ TEST_F(Writers, ACopyThatAKillLeftBehindIsRemovedByTheNextWrite)
     ASSERT_TRUE(write(path));
     EXPECT_EQ(names(), 0U) << left << " before, after " << rounds << " rounds";
     EXPECT_EQ(open(path)->GetTitle(), "New");
+}
+
+TEST_F(Writers, ManyAtOnceLeaveOneWholeFileAndNothingElse)
+{
+    REQUIRE_FFMPEG();
+    const auto path = makeMedia(folder, "a.mp3", {{"title", "Old"}, {"album", "Kept"}});
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&path, i] {
+            for (int k = 0; k < 10; ++k) {
+                const auto file = open(path);
+                ASSERT_TRUE(file);
+                file->SetTitle(std::string(static_cast<std::size_t>(1000 * i + 1), 't'));
+                String error;
+                EXPECT_TRUE(file->WriteMetadata(&error)) << error.c_str();
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(open(path)->GetAlbumTitle(), "Kept");
+    EXPECT_EQ(open(path)->GetTitle().size() % 1000, 1U);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);
 }
