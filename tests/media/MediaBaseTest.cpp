@@ -308,6 +308,7 @@ TEST(MediaBase, ACopyMayBeUsedOnAnotherThread)
     MediaBase record;
     fill(record);
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([copy = record.copy(), i] {
             for (int k = 0; k < 1000; ++k) {

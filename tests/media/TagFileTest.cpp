@@ -160,8 +160,8 @@ TEST_F(Probe, HolesOfASparseFileAreSkipped)
 
 TEST_F(Probe, AFileThatIsCutShortMeanwhileDoesNoHarm)
 {
-    std::string bytes(20'000'000, '\x55');
-    bytes.replace(0, 3, "ID3");
+    std::string bytes = "ID3";
+    bytes.resize(20'000'000, '\x55');
     writeAll(path(), bytes);
     std::thread probing([&] {
         for (int i = 0; i < 20; ++i)
@@ -240,7 +240,7 @@ class Lyrics : public testing::TestWithParam<const char *> {
 protected:
     [[nodiscard]] fs::path make(const std::string &lyrics) const
     {
-        const auto path = makeMedia(folder, "a"s + GetParam(), {{"title", "T"}});
+        auto path = makeMedia(folder, "a"s + GetParam(), {{"title", "T"}});
         if (!lyrics.empty()) {
             const auto file = AudioMetadata::CreateMetadataForURL(path.native());
             file->SetLyrics(lyrics);

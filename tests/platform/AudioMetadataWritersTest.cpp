@@ -363,6 +363,7 @@ TEST_F(Writers, ManyAtOnceLeaveOneWholeFileAndNothingElse)
     REQUIRE_FFMPEG();
     const auto path = makeMedia(folder, "a.mp3", {{"title", "Old"}, {"album", "Kept"}});
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&path, i] {
             for (int k = 0; k < 10; ++k) {
