@@ -40,6 +40,8 @@
 #include <kelvane/platform/StringEncoding.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/SystemVersion.h>
+#include <kelvane/platform/TypeIdentifier.h>
+#include <kelvane/platform/TypeTag.h>
 #include <kelvane/platform/Uuid.h>
 #include <kelvane/platform/ZenLogger.h>
 
@@ -102,6 +104,11 @@
 #include <kelvane/media/MediaBase.h>
 #include <kelvane/media/Mediadata.h>
 #include <kelvane/media/MediaField.h>
+#include <kelvane/media/MimeTypes.h>
+#include <kelvane/media/PlaylistBase.h>
+#include <kelvane/media/PlaylistItems.h>
+#include <kelvane/media/PlaylistRecord.h>
+#include <kelvane/media/TagFile.h>
 
 // storage: databases and file copies
 #include <kelvane/storage/FastFileCopyer.h>

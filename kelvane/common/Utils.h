@@ -143,6 +143,9 @@ public:
 
     // Media kinds and names
 
+    /// The MIME type that the system prefers for files with that extension, given without its dot; empty where it has
+    /// none. @selector mimeTypeByExtension:
+    [[nodiscard]] static String mimeTypeByExtension(const String &extension);
     /// What kind of media files with that extension, with or without its dot, are: "MPEG Audio"; empty where unknown.
     /// @selector GetMediaKind:
     [[nodiscard]] static String GetMediaKind(const String &extension);

@@ -4,6 +4,7 @@
 #include <kelvane/common/StringExtensions.h>
 #include <kelvane/foundation/detail/Utf8.h>
 #include <kelvane/platform/Paths.h>
+#include <kelvane/platform/TypeIdentifier.h>
 
 #include <algorithm>
 #include <iterator>
@@ -49,6 +50,12 @@ String joinedText(const Value &value)
 bool CharInArray(char character, std::string_view characters) noexcept
 {
     return characters.find(character) != std::string_view::npos;
+}
+
+String Utils::mimeTypeByExtension(const String &extension)
+{
+    const String mimeType = TypeIdentifier::mimeType(TypeIdentifier::forExtension(extension));
+    return mimeType.isNull() ? String("") : mimeType;
 }
 
 bool Utils::isAudio(const String &path)

@@ -2,6 +2,7 @@
 #include <kelvane/media/LocalMediaRecord.h>
 
 #include <kelvane/common/Utils.h>
+#include <kelvane/media/MimeTypes.h>
 #include <kelvane/platform/Paths.h>
 
 namespace kelvane {
@@ -12,6 +13,7 @@ void fillPath(MediaBase &record, const String &path)
     record.setPath(path);
     record.setFileName(lastPathComponent(path));
     record.setExtension(pathExtension(path));
+    record.setMimeType(MimeTypes::mimeTypeByFileName(path));
     record.setIsFileExist(Utils::fileExsit(path));
 }
 

@@ -41,45 +41,49 @@ Value toValue(const Size &size)
     return Dictionary{{"width", size.width}, {"height", size.height}};
 }
 
-void assign(std::int32_t &field, const Value &value)
+template <class T>
+T fromValue(const Value &value)
 {
-    field = value.intValue();
-}
-void assign(std::int64_t &field, const Value &value)
-{
-    field = value.longLongValue();
-}
-void assign(std::uint64_t &field, const Value &value)
-{
-    field = value.unsignedLongLongValue();
-}
-void assign(double &field, const Value &value)
-{
-    field = value.doubleValue();
-}
-void assign(bool &field, const Value &value)
-{
-    field = value.boolValue();
-}
-void assign(String &field, const Value &value)
-{
-    field = value.stringValue();
-}
-void assign(Object &field, const Value &value)
-{
-    field = value.object();
-}
-void assign(Date &field, const Value &value)
-{
-    field = value.isNumber() ? Date::fromSecondsSince1970(value.doubleValue()) : value.date();
-}
-void assign(Size &field, const Value &value)
-{
-    const Dictionary size = value.dictionary();
-    field = {size["width"].doubleValue(), size["height"].doubleValue()};
+    if constexpr (std::same_as<T, bool>)
+        return value.boolValue();
+    else if constexpr (std::same_as<T, std::int32_t>)
+        return value.intValue();
+    else if constexpr (std::same_as<T, std::int64_t>)
+        return value.longLongValue();
+    else if constexpr (std::same_as<T, std::uint64_t>)
+        return value.unsignedLongLongValue();
+    else if constexpr (std::same_as<T, double>)
+        return value.doubleValue();
+    else if constexpr (std::same_as<T, String>)
+        return value.stringValue();
+    else if constexpr (std::same_as<T, Date>)
+        return value.isNumber() ? Date::fromSecondsSince1970(value.doubleValue()) : value.date();
+    else if constexpr (std::same_as<T, Size>)
+        return {value.dictionary()["width"].doubleValue(), value.dictionary()["height"].doubleValue()};
+    else {
+        static_assert(std::same_as<T, Object>);
+        return value.object();
+    }
 }
 
 } // namespace
+
+MediaBase::MediaBase() : _shared(detail::Ref<Shared>::adopt(initial())) {}
+MediaBase::~MediaBase() = default;
+
+/// The fields of every new record: never counted, never destroyed.
+MediaBase::Shared *MediaBase::initial()
+{
+    static auto *const shared = new Shared(detail::RefCounted::Immortal{});
+    return shared;
+}
+
+void MediaBase::separate()
+{
+    auto own = detail::Ref<Shared>::adopt(new Shared);
+    own->fields = _shared->fields;
+    _shared = std::move(own);
+}
 
 std::shared_ptr<MediaBase> MediaBase::newInstance() const
 {
@@ -89,18 +93,15 @@ std::shared_ptr<MediaBase> MediaBase::newInstance() const
 std::shared_ptr<MediaBase> MediaBase::copy() const
 {
     auto record = newInstance();
-#define FIELD(type, name, setter, initial, copied)                                                                     \
-    if constexpr (copied)                                                                                              \
-        record->_fields.name = _fields.name;
-#include <kelvane/media/detail/MediaBaseFields.def>
+    record->_shared = _shared;
     return record;
 }
 
 std::span<const MediaField> MediaBase::fields() noexcept
 {
 #define FIELD(type, name, setter, initial, copied)                                                                     \
-    MediaField{#name, kindOf<type>(), copied, [](const MediaBase &record) { return toValue(record._fields.name); },    \
-        [](MediaBase &record, const Value &value) { assign(record._fields.name, value); }},
+    MediaField{#name, kindOf<type>(), copied, [](const MediaBase &record) { return toValue(record.name()); },          \
+        [](MediaBase &record, const Value &value) { record.setter(fromValue<type>(value)); }},
     static constexpr MediaField all[] = {
 #include <kelvane/media/detail/MediaBaseFields.def>
     };

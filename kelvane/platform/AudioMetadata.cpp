@@ -57,6 +57,13 @@ Value orNil(auto number)
 
 void readAudio(const detail::TaggedFile &tagged, auto &content)
 {
+    if (tagged.adts.isValid()) {
+        content.duration = orNil(tagged.adts.seconds);
+        content.bitrate = orNil(static_cast<std::int64_t>(tagged.adts.bitrate));
+        content.sampleRate = orNil(static_cast<std::int64_t>(tagged.adts.sampleRate));
+        content.channels = orNil(static_cast<std::int64_t>(tagged.adts.channels));
+        return;
+    }
     const TagLib::AudioProperties *audio = tagged.file->audioProperties();
     if (!audio)
         return;

@@ -43,7 +43,9 @@ public:
     /// extended attributes and access lists (as far as the system allows). True at once where nothing was set.
     ///
     /// A copy with the new tags is made in the same folder, flushed, and renamed over the file: whatever happens in
-    /// between, the path names the old file or the new one, whole. Other hard links keep the old content. On failure
+    /// between, the path names the old file or the new one, whole; a copy that a kill left in the folder goes with the
+    /// next write. Other hard links keep the old content; the time of creation becomes that of the copy where the system
+    /// lets nobody set it, as Linux does. On failure
     /// (`error` says why) the file is as it was, and what was set is still waiting to be written.
     bool WriteMetadata(String *error = nullptr);
 

@@ -421,5 +421,15 @@ TEST(UtilsDownload, WithoutAPathOrAnAddressNothingRuns)
     EXPECT_TRUE(curl.calls().empty());
 }
 
+TEST(Utils, TheMimeTypeOfAnExtensionIsTheOneThatItsTypePrefers)
+{
+    EXPECT_EQ(Utils::mimeTypeByExtension("mp3"), "audio/mpeg");
+    EXPECT_EQ(Utils::mimeTypeByExtension("JPG"), "image/jpeg");
+    EXPECT_TRUE(Utils::mimeTypeByExtension("m4b") == "");
+    EXPECT_TRUE(Utils::mimeTypeByExtension("qqzz") == "");
+    EXPECT_TRUE(Utils::mimeTypeByExtension("") == "");
+    EXPECT_TRUE(Utils::mimeTypeByExtension(nullptr) == "");
+}
+
 } // namespace
 } // namespace kelvane

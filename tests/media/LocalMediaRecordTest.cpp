@@ -57,7 +57,7 @@ TEST(LocalMediaRecord, CarriesWhatTheTagsOfTheFileSay)
     EXPECT_EQ(record->modifiedTime(), metadata.modifiedTime());
     EXPECT_EQ(record->addedTime(), metadata.addedTime());
     EXPECT_EQ(record->storeMedium(), 2U);
-    EXPECT_TRUE(record->mimeType() == "");
+    EXPECT_EQ(record->mimeType(), "audio/x-m4a");
 }
 
 TEST(LocalMediaRecord, OfAFileThatIsGoneHasTheDefaults)

@@ -3,18 +3,23 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <map>
 #include <new>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
 
 using namespace kelvane;
 
 namespace {
 
-std::size_t allocations = 0;
+std::atomic<std::size_t> allocations = 0;
+std::atomic<std::size_t> allocatedBytes = 0;
 
 struct Episode : MediaBase {
     int chapter = 0;
@@ -67,6 +72,7 @@ const MediaField &fieldNamed(std::string_view name)
 [[gnu::noinline]] void *operator new(std::size_t size)
 {
     ++allocations;
+    allocatedBytes += size;
     if (void *memory = std::malloc(size))
         return memory;
     throw std::bad_alloc();
@@ -251,12 +257,93 @@ TEST(MediaBase, NilMakesAFieldAbsentAndValuesAreConverted)
     EXPECT_EQ(record.fileSize(), 0);
 }
 
-TEST(MediaBase, ARecordIsSmallAndACopyAllocatesOnlyItself)
+TEST(MediaBase, ARecordWithWhatItAllocatesIsSmall)
 {
-    EXPECT_LE(sizeof(MediaBase), 640U);
+    const std::size_t before = allocatedBytes;
+    const auto record = std::make_shared<MediaBase>();
+    EXPECT_LE(allocatedBytes - before, 64U) << "a new one shares its fields with the others";
+    record->setYear(2012);
+    EXPECT_LE(allocatedBytes - before, 640U);
+}
+
+TEST(MediaBase, ACopyAllocatesOnlyItselfAndTheFirstChangeTheRest)
+{
     MediaBase record;
     fill(record);
     const std::size_t before = allocations;
+    const std::size_t bytesBefore = allocatedBytes;
     const auto copy = record.copy();
     EXPECT_EQ(allocations - before, 1U);
+    EXPECT_LE(allocatedBytes - bytesBefore, 64U);
+    copy->setYear(2000);
+    copy->setBPM(99);
+    copy->setTitle(nullptr);
+    EXPECT_EQ(allocations - before, 2U);
+}
+
+TEST(MediaBase, ACopyAndItsSourceChangeApart)
+{
+    MediaBase record;
+    fill(record);
+    const int year = record.year();
+    const auto copy = record.copy();
+    const auto other = record.copy();
+    record.setYear(1);
+    copy->setYear(2);
+    copy->setDbSize(7);
+    EXPECT_EQ(record.year(), 1);
+    EXPECT_EQ(copy->year(), 2);
+    EXPECT_EQ(other->year(), year);
+    EXPECT_EQ(other->dbSize(), 0);
+    EXPECT_EQ(MediaBase().year(), 0);
+    for (const MediaField &field : MediaBase::fields()) {
+        if (field.isCopied && std::string_view(field.name) != "year") {
+            EXPECT_EQ(field.get(*copy), field.get(record)) << field.name;
+        }
+    }
+}
+
+TEST(MediaBase, ACopyMayBeUsedOnAnotherThread)
+{
+    MediaBase record;
+    fill(record);
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([copy = record.copy(), i] {
+            for (int k = 0; k < 1000; ++k) {
+                copy->setYear(i);
+                EXPECT_EQ(copy->copy()->year(), i);
+            }
+        });
+    for (int k = 0; k < 1000; ++k)
+        record.setYear(k);
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+TEST(MediaBase, TheInitialValuesOfADerivedRecordStayWhereNothingIsCopied)
+{
+    struct Sized : MediaBase {
+        Sized() { setDbSize(11); }
+
+    protected:
+        std::shared_ptr<MediaBase> newInstance() const override { return std::make_shared<Sized>(); }
+    };
+    Sized record;
+    record.setDbSize(5000);
+    EXPECT_EQ(record.copy()->dbSize(), 11);
+}
+
+TEST(MediaBase, EveryFieldOfTheListHasAccessorsAndAPlaceInTheEnumeration)
+{
+    std::vector<std::string> names;
+#define FIELD(type, name, setter, initial, copied)                                                                     \
+    names.emplace_back(#name);                                                                                         \
+    static_assert(std::is_same_v<decltype(MediaBase().name()), const type &>);                                         \
+    static_assert(std::is_same_v<decltype(&MediaBase::setter), void (MediaBase::*)(type)>);
+#include <kelvane/media/detail/MediaBaseFields.def>
+    ASSERT_EQ(names.size(), MediaBase::fields().size());
+    for (std::size_t i = 0; i < names.size(); ++i)
+        EXPECT_EQ(names[i], MediaBase::fields()[i].name);
 }

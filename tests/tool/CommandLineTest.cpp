@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SyncFixture.h"
 
+#include <kelvane/media/MediaBase.h>
+#include <kelvane/platform/FMDatabase.h>
+#include <kelvane/platform/FMResultSet.h>
+
 #include <gmock/gmock.h>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -146,6 +151,24 @@ TEST_F(List, JsonHasAllFieldsAndThePlaces)
     EXPECT_EQ(item["storeMedium"], 2);
     EXPECT_EQ(item["playedDate"], nullptr);
     EXPECT_EQ(item["fileSize"], read(path).size());
+}
+
+TEST_F(List, EveryFieldOfARecordIsAKeyOfTheJsonAndAColumnOfTheLibrary)
+{
+    const std::string path = addMedia("song.mp3", "a.mp3");
+    sync();
+    const Json item = library().at(path);
+    const auto connection = std::make_shared<FMDatabase>(device(".kelvane/library.sqlite"));
+    ASSERT_TRUE(connection->open());
+    std::set<std::string> columns;
+    for (const auto rows = connection->executeQuery("PRAGMA table_info(media)"); rows && rows->next();)
+        columns.insert(rows->stringForColumnIndex(1).str());
+    for (const MediaField &field : MediaBase::fields()) {
+        if (field.kind == Value::Kind::Object) // lives in memory alone
+            continue;
+        EXPECT_TRUE(item.contains(field.name)) << field.name;
+        EXPECT_TRUE(columns.contains(field.name)) << field.name;
+    }
 }
 
 TEST_F(List, ADeviceWithoutALibraryIsToldInOneLine)

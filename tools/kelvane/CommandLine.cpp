@@ -27,8 +27,16 @@ private:
 /// All commands, in the order of the help.
 std::vector<Command> defineCommands(CLI::App &application)
 {
-    return {defineSyncCommand(application), defineInfoCommand(application), defineListCommand(application),
-        defineRunCommand(application), defineHeicToJpegCommand(application)};
+    // clang-format off
+    return {
+        defineSyncCommand(application),
+        defineListCommand(application),
+        defineInfoCommand(application),
+        defineHeicToJpegCommand(application),
+        defineTypesCommand(application),
+        defineRunCommand(application),
+    };
+    // clang-format on
 }
 
 } // namespace

@@ -2,9 +2,11 @@
 #include "FileReplacement.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -28,6 +30,38 @@ std::string folderOf(const std::string &path)
 {
     const auto slash = path.rfind('/');
     return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
+}
+
+/// A name beside `path` that every process finds again. `slot` counts the replacements that run at once.
+std::string copyName(const std::string &path, int slot)
+{
+    std::uint64_t hash = 0xcbf29ce484222325U; // FNV-1a: the file's own name may be too long to add to
+    for (const char c : path.substr(folderOf(path) == "./" ? 0 : folderOf(path).size()))
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+    char name[40];
+    std::snprintf(name, sizeof name, ".kelvane-%016llx-%d", static_cast<unsigned long long>(hash), slot);
+    return folderOf(path) + name;
+}
+
+/// Whether the descriptor is of the file that the path names.
+bool isSameFile(int descriptor, const std::string &path)
+{
+    struct stat ours = {};
+    struct stat named = {};
+    return ::fstat(descriptor, &ours) == 0 && ::lstat(path.c_str(), &named) == 0 && ours.st_ino == named.st_ino
+        && ours.st_dev == named.st_dev;
+}
+
+/// Removes a copy that nobody holds a lock on. False where it is still there.
+bool removeLeftCopy(const std::string &name)
+{
+    const int descriptor = ::open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return errno == ENOENT;
+    const bool isGone =
+        ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 && (!isSameFile(descriptor, name) || ::unlink(name.c_str()) == 0);
+    ::close(descriptor);
+    return isGone;
 }
 
 bool copyBytes(int from, int to)
@@ -101,13 +135,35 @@ int FileReplacement::open()
     const int source = openRegularFile(_path);
     if (source < 0)
         return -1;
-    std::string name = folderOf(_path) + ".kelvane-XXXXXX";
-    _descriptor = ::mkostemp(name.data(), O_CLOEXEC);
-    if (_descriptor >= 0)
-        _copy = name;
-    const bool isCopied = _descriptor >= 0 && copyWithAttributes(source, _descriptor);
+    const bool isCopied = makeCopyFile() && copyWithAttributes(source, _descriptor);
     closeKeepingErrno(source);
     return isCopied ? duplicate() : -1;
+}
+
+bool FileReplacement::makeCopyFile()
+{
+    constexpr int maximumSlots = 64; // of one file at once
+    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+    for (int slot = 0; slot < maximumSlots;) {
+        const std::string name = copyName(_path, slot);
+        const int descriptor = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly);
+        if (descriptor < 0 && errno != EEXIST)
+            return false;
+        if (descriptor < 0) {
+            slot += removeLeftCopy(name) ? 0 : 1;
+            continue;
+        }
+        // Between making and locking it another one may have taken it for a left one; then it is gone.
+        (void)::flock(descriptor, LOCK_EX);
+        if (isSameFile(descriptor, name)) {
+            _descriptor = descriptor;
+            _copy = name;
+            return true;
+        }
+        ::close(descriptor);
+    }
+    errno = EBUSY;
+    return false;
 }
 
 int FileReplacement::duplicate() const

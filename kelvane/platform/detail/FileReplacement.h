@@ -8,7 +8,9 @@ namespace kelvane::detail {
 /// A copy of a file beside it that takes its place whole, or is gone: whoever opens the path meanwhile, and whatever
 /// kills the process, finds the old file or the new one.
 ///
-/// Threads: one at a time.
+/// The copy's name comes from the file's: what a kill left behind is removed by the next replacement of the same file.
+///
+/// Threads: one at a time; any number of threads and processes may replace the same file, and the last one wins.
 class FileReplacement {
 public:
     /// For the file at `path`; a symbolic link stands for the file that it leads to.
@@ -27,6 +29,8 @@ public:
     [[nodiscard]] bool commit();
 
 private:
+    [[nodiscard]] bool makeCopyFile();
+
     const std::string _path;
     std::string _copy;
     int _descriptor = -1;

@@ -75,6 +75,8 @@ TagFormat byMagic(std::string_view start)
         return TagFormat::Musepack;
     if (start.starts_with("TTA"))
         return TagFormat::TrueAudio;
+    if (isAdtsHeader(start))
+        return TagFormat::Adts;
     return isMp4(start) ? TagFormat::Mp4 : TagFormat::Unknown;
 }
 

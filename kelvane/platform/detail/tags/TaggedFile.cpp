@@ -100,11 +100,11 @@ void add(TaggedFile &tagged, auto *tag)
         tagged.stores.push_back(std::make_unique<Store>(*tag));
 }
 
-void openMpeg(TaggedFile &tagged, bool forWriting)
+TagLib::MPEG::File &openMpeg(TaggedFile &tagged, bool forWriting, bool hasProperties = true)
 {
     static KeepingFrameFactory factory;
     using TagLib::MPEG::File;
-    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), &factory));
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), &factory, hasProperties));
     if (forWriting || file.hasID3v2Tag())
         add<Id3v2Store>(tagged, file.ID3v2Tag(true));
     if (file.hasAPETag())
@@ -114,6 +114,14 @@ void openMpeg(TaggedFile &tagged, bool forWriting)
     tagged.save = [&file] {
         return file.save(File::AllTags, File::StripNone, versionOf(*file.ID3v2Tag(true)), File::DoNotDuplicate);
     };
+    return file;
+}
+
+void openAdts(TaggedFile &tagged, bool forWriting)
+{
+    auto &file = openMpeg(tagged, forWriting, false);
+    const long start = file.hasID3v2Tag() ? static_cast<long>(file.ID3v2Tag()->header()->completeTagSize()) : 0;
+    tagged.adts = readAdtsStream(tagged.stream->descriptor(), start, tagged.stream->length());
 }
 
 void openFlac(TaggedFile &tagged, bool forWriting)
@@ -211,7 +219,9 @@ void openFormat(TaggedFile &tagged, TagFormat format, bool forWriting)
     case TagFormat::Unknown:
         return;
     case TagFormat::Mpeg:
-        return openMpeg(tagged, forWriting);
+        return void(openMpeg(tagged, forWriting));
+    case TagFormat::Adts:
+        return openAdts(tagged, forWriting);
     case TagFormat::Flac:
         return openFlac(tagged, forWriting);
     case TagFormat::OggVorbis:

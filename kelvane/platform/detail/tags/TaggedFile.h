@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "AdtsStream.h"
 #include "TagStore.h"
 #include "TagStream.h"
 
@@ -15,6 +16,7 @@ namespace kelvane::detail {
 enum class TagFormat {
     Unknown,
     Mpeg,
+    Adts,
     Flac,
     OggVorbis,
     OggOpus,
@@ -47,6 +49,8 @@ struct TaggedFile {
     int nominalBitrate = 0;
     /// Channels, where the library's own figure is not to be trusted; else 0.
     int channels = 0;
+    /// The sound of a raw AAC stream, of which the library knows nothing.
+    AdtsStream adts;
 };
 
 /// Reads the tags of `stream`. With `forWriting` the kind's main block of tags is there even if the file has none.

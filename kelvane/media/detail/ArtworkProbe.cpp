@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ArtworkProbe.h"
+
+#include "MarkSearch.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <string_view>
+#include <unistd.h>
+
+namespace kelvane::detail {
+namespace {
+
+constexpr std::int64_t chunkSize = 5'000'000;
+// Small enough to stay in the processor's cache between reading and searching. A mapping would save the copy, but a
+// file that another program cuts short meanwhile would end this one.
+constexpr std::size_t blockSize = std::size_t{128} << 10;
+constexpr std::size_t overlap = markSize - 1;
+constexpr std::size_t headerSize = 8;
+
+/// Reads up to `size` bytes; fewer at the end of the file and where reading fails.
+std::size_t readAt(int descriptor, char *bytes, std::size_t size, std::int64_t offset)
+{
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t got = ::pread(descriptor, bytes + done, size - done, offset + static_cast<std::int64_t>(done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
+/// Where from `offset` on there is something other than a hole; `length` where there is nothing more.
+std::int64_t dataFrom(int descriptor, std::int64_t offset, std::int64_t length)
+{
+#ifdef SEEK_DATA
+    const std::int64_t data = ::lseek(descriptor, offset, SEEK_DATA);
+    return data >= 0 ? data : errno == ENXIO ? length : offset;
+#else
+    (void)descriptor;
+    (void)length;
+    return offset;
+#endif
+}
+
+bool chunkHasMark(int descriptor, char *buffer, std::int64_t start, std::string_view mark)
+{
+    std::size_t kept = 0; // end of the block before, in front of the next: what lies across is found, too
+    for (std::int64_t done = 0; done < chunkSize;) {
+        const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(chunkSize - done, blockSize));
+        const std::size_t got = readAt(descriptor, buffer + kept, wanted, start + done);
+        const std::size_t size = kept + got;
+        if (containsMark({buffer, size}, mark))
+            return true;
+        if (got < wanted)
+            return false;
+        done += static_cast<std::int64_t>(got);
+        kept = std::min(size, overlap);
+        std::memmove(buffer, buffer + size - kept, kept);
+    }
+    return false;
+}
+
+} // namespace
+
+bool hasArtworkMark(int descriptor)
+{
+    char header[headerSize] = {};
+    (void)readAt(descriptor, header, headerSize, 0);
+    const auto headerHas = [&](std::string_view text) {
+        return std::string_view(header, headerSize).find(text) != std::string_view::npos;
+    };
+    const std::string_view mark = headerHas("ID3") ? "APIC" : headerHas("ftyp") ? "covr" : "";
+    if (mark.empty())
+        return false;
+    const std::int64_t length = ::lseek(descriptor, 0, SEEK_END);
+    (void)::posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
+    const auto buffer = std::make_unique_for_overwrite<char[]>(overlap + blockSize);
+    for (std::int64_t start = 0; start < length; start += chunkSize) {
+        // Zeros hold no mark: chunks that are nothing but a hole are left out.
+        start = dataFrom(descriptor, start, length) / chunkSize * chunkSize;
+        if (chunkHasMark(descriptor, buffer.get(), start, mark))
+            return true;
+    }
+    return false;
+}
+
+} // namespace kelvane::detail
