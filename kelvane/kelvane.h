@@ -40,6 +40,7 @@
 #include <kelvane/platform/StringEncoding.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/SystemVersion.h>
+#include <kelvane/platform/Thumbnail.h>
 #include <kelvane/platform/Uuid.h>
 #include <kelvane/platform/ZenLogger.h>
 
