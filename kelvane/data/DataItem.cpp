@@ -35,27 +35,57 @@ bool DataItem::becomeFirstRecord(const Object &record) const
 {
     if (_hasFirstRecord.load(std::memory_order_acquire))
         return false;
-    const std::lock_guard guard(_firstRecordLock);
+    const std::lock_guard guard(_lock);
     if (_hasFirstRecord.load(std::memory_order_relaxed))
         return false;
-    _currentRecord.set(record);
+    _currentRecord = record;
     _hasFirstRecord.store(true, std::memory_order_release);
     return true;
 }
 
+std::shared_ptr<IDataItemList> DataItem::owner() const
+{
+    const std::lock_guard guard(_lock);
+    return _ownerList.lock();
+}
+
+bool DataItem::isOwner(const std::shared_ptr<IDataItemList> &list) const
+{
+    const std::lock_guard guard(_lock);
+    return list && !_ownerList.owner_before(list) && !list.owner_before(_ownerList);
+}
+
+Object DataItem::read(const Object &record) const
+{
+    const std::lock_guard guard(_lock);
+    return record;
+}
+
+void DataItem::replace(Object &record, Object value)
+{
+    // The record that was there is destroyed with `value`, after the lock is left.
+    const std::lock_guard guard(_lock);
+    std::swap(record, value);
+}
+
 void DataItem::attach(const std::shared_ptr<IDataItemList> &list)
 {
-    if (weak_from_this().expired())
+    // A list attaches what is added to it twice.
+    if (isOwner(list) || weak_from_this().expired())
         return;
     ensureFirstRecord();
-    _ownerList.set(list);
+    std::weak_ptr<IDataItemList> owner = list;
+    const std::lock_guard guard(_lock);
+    _ownerList.swap(owner);
 }
 
 void DataItem::detach()
 {
     setTempRecord(nullptr);
     setOldRecord(nullptr);
-    _ownerList.set({});
+    std::weak_ptr<IDataItemList> nobody;
+    const std::lock_guard guard(_lock);
+    _ownerList.swap(nobody);
 }
 
 void DataItem::beginEdit()
@@ -160,15 +190,15 @@ void DataItem::setAdded()
 
 DataItemState DataItem::itemState() const
 {
-    if (!owner())
+    // An item that has an owner has had its first record since attach().
+    const std::lock_guard guard(_lock);
+    if (_ownerList.expired())
         return DataItemState::Detached;
-    const Object old = oldRecord();
-    const Object current = currentRecord();
-    if (isSameObject(old, current))
-        return old ? DataItemState::Unchanged : DataItemState::Detached;
-    if (!old)
+    if (isSameObject(_oldRecord, _currentRecord))
+        return _oldRecord ? DataItemState::Unchanged : DataItemState::Detached;
+    if (!_oldRecord)
         return DataItemState::Added;
-    return current ? DataItemState::Modified : DataItemState::Deleted;
+    return _currentRecord ? DataItemState::Modified : DataItemState::Deleted;
 }
 
 bool DataItem::isItemExists() const
@@ -178,7 +208,9 @@ bool DataItem::isItemExists() const
 
 bool DataItem::hasChange() const
 {
-    return !isSameObject(oldRecord(), currentRecord());
+    ensureFirstRecord();
+    const std::lock_guard guard(_lock);
+    return !isSameObject(_oldRecord, _currentRecord);
 }
 
 Object DataItem::record() const
@@ -204,34 +236,34 @@ Object DataItem::originalRecord() const
 
 Object DataItem::oldRecord() const
 {
-    return _oldRecord.get();
+    return read(_oldRecord);
 }
 
 void DataItem::setOldRecord(Object record)
 {
-    _oldRecord.set(std::move(record));
+    replace(_oldRecord, std::move(record));
 }
 
 Object DataItem::currentRecord() const
 {
     ensureFirstRecord();
-    return _currentRecord.get();
+    return read(_currentRecord);
 }
 
 void DataItem::setCurrentRecord(Object record)
 {
     if (!becomeFirstRecord(record))
-        _currentRecord.set(std::move(record));
+        replace(_currentRecord, std::move(record));
 }
 
 Object DataItem::tempRecord() const
 {
-    return _tempRecord.get();
+    return read(_tempRecord);
 }
 
 void DataItem::setTempRecord(Object record)
 {
-    _tempRecord.set(std::move(record));
+    replace(_tempRecord, std::move(record));
 }
 
 Object DataItem::copyRecord(const Object & /*record*/) const

@@ -100,17 +100,22 @@ public:
     [[nodiscard]] virtual RecordClass templeClass() const;
 
 private:
-    [[nodiscard]] std::shared_ptr<IDataItemList> owner() const { return _ownerList.get().lock(); }
+    [[nodiscard]] std::shared_ptr<IDataItemList> owner() const;
+    [[nodiscard]] bool isOwner(const std::shared_ptr<IDataItemList> &list) const;
     void ensureFirstRecord() const;
     bool becomeFirstRecord(const Object &record) const;
+    [[nodiscard]] Object read(const Object &record) const;
+    void replace(Object &record, Object value);
 
-    detail::AtomicProperty<std::weak_ptr<IDataItemList>> _ownerList;
-    detail::AtomicProperty<Object> _oldRecord;
-    mutable detail::AtomicProperty<Object> _currentRecord;
-    detail::AtomicProperty<Object> _tempRecord;
+    // One lock for all of them, held for a few instructions and never while other code runs: a list asks each of its
+    // million items for its state, which is derived from all of them.
+    mutable detail::ByteLock _lock;
     // Whether _currentRecord has been set; becomes true under the lock.
     mutable std::atomic<bool> _hasFirstRecord{false};
-    mutable detail::ByteLock _firstRecordLock;
+    std::weak_ptr<IDataItemList> _ownerList;
+    Object _oldRecord;
+    mutable Object _currentRecord;
+    Object _tempRecord;
 };
 
 } // namespace kelvane

@@ -182,11 +182,24 @@ bool WorkerPool::call(const Call &call)
 }
 
 /// Calls `count` workers, each to a place that the caller has taken for it. Returns how many could not be called.
+///
+/// A sleeper that is called calls half of the others in turn, so that many are awake in the time of a few. Threads are
+/// made one after the other: the system does not make two at a time.
 std::uint32_t WorkerPool::callWorkers(std::uint32_t count)
 {
-    while (count > 0 && call({Part::Worker, {}}))
-        --count;
+    while (count > 0) {
+        const std::uint32_t others = std::min(count - 1, sleeperCount()) / 2;
+        if (!call({Part::Worker, {}, others}))
+            break;
+        count -= 1 + others;
+    }
     return count;
+}
+
+std::uint32_t WorkerPool::sleeperCount()
+{
+    const std::lock_guard guard(_mutex);
+    return static_cast<std::uint32_t>(_sleepers.size());
 }
 
 void WorkerPool::giveUpPlaces(std::uint32_t count)
@@ -205,6 +218,8 @@ void WorkerPool::runThread(Call call)
     do {
         if (call.part == Part::Leave)
             return;
+        if (call.others > 0)
+            giveUpPlaces(callWorkers(call.others));
         if (call.part == Part::Worker || watch(call.lastSight))
             work(true);
     } while (sleep(self, call));

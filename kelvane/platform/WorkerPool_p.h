@@ -61,7 +61,8 @@ private:
     /// What a thread is woken or made for. Workers own the place that they are called to.
     struct Call {
         Part part = Part::Leave;
-        Sighting lastSight; // steward: how things stood when it was called
+        Sighting lastSight = {}; // steward: how things stood when it was called
+        std::uint32_t others = 0; // worker: how many others it has to call first
     };
     class Sleeper;
 
@@ -69,6 +70,7 @@ private:
     void ensureService();
     [[nodiscard]] bool call(const Call &call);
     [[nodiscard]] std::uint32_t callWorkers(std::uint32_t count);
+    [[nodiscard]] std::uint32_t sleeperCount();
     void giveUpPlaces(std::uint32_t count);
     void runThread(Call call);
     [[nodiscard]] bool sleep(Sleeper &self, Call &call);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "InfoCommand.h"
+#include "CommandLine.h"
 
 #include "FileDescriptor.h"
 #include "JsonText.h"
@@ -9,10 +9,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <fcntl.h>
+#include <memory>
+#include <string>
 #include <sys/stat.h>
 #include <utility>
+#include <vector>
 
 namespace kelvane::tool {
 namespace {
@@ -105,8 +109,6 @@ void showFile(const std::string &path, bool isJson)
         printListing(path, metadata);
 }
 
-} // namespace
-
 ExitCode showInfo(const std::vector<std::string> &files, bool isJson)
 {
     ExitCode code = ExitDone;
@@ -123,6 +125,23 @@ ExitCode showInfo(const std::vector<std::string> &files, bool isJson)
         }
     }
     return code;
+}
+
+} // namespace
+
+Command defineInfoCommand(CLI::App &application)
+{
+    struct Options {
+        std::vector<std::string> files;
+        bool isJson = false;
+    };
+    const auto options = std::make_shared<Options>();
+    CLI::App *command = addCommand(application,
+        {"info", "Show what is known of media files", "[OPTIONS] FILE...",
+            "Example:\n  kelvane info --json song.mp3 film.mp4"});
+    command->add_option("FILE", options->files, "Files to read")->required()->option_text("...");
+    addJsonFlag(*command, options->isJson);
+    return {command, [options] { return showInfo(options->files, options->isJson); }};
 }
 
 } // namespace kelvane::tool

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "ListCommand.h"
-
+#include "CommandLine.h"
 #include "DeviceLibrary.h"
 #include "JsonText.h"
 #include "Terminal.h"
@@ -9,8 +8,11 @@
 #include <kelvane/media/MediaBase.h>
 
 #include <algorithm>
+#include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdio>
+#include <memory>
+#include <string>
 
 namespace kelvane::tool {
 namespace {
@@ -115,8 +117,6 @@ void printTable(const Records &records)
     std::puts((countText(records.size(), "item") + ", " + bytesText(bytes)).c_str());
 }
 
-} // namespace
-
 ExitCode listDevice(const std::string &devicePath, bool isJson)
 {
     DeviceFolder device(devicePath);
@@ -136,6 +136,22 @@ ExitCode listDevice(const std::string &devicePath, bool isJson)
         throw StopError(ExitCannotStart, "cannot list " + inQuotes(devicePath) + ": " + error.what());
     }
     return ExitDone;
+}
+
+} // namespace
+
+Command defineListCommand(CLI::App &application)
+{
+    struct Options {
+        std::string device;
+        bool isJson = false;
+    };
+    const auto options = std::make_shared<Options>();
+    CLI::App *command = addCommand(application,
+        {"list", "List the library of a device", "[OPTIONS] DEVICE", "Example:\n  kelvane list /media/$USER/PHONE"});
+    command->add_option("DEVICE", options->device, "The device's folder")->required()->option_text(" ");
+    addJsonFlag(*command, options->isJson);
+    return {command, [options] { return listDevice(options->device, options->isJson); }};
 }
 
 } // namespace kelvane::tool

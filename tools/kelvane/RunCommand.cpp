@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "RunCommand.h"
-
+#include "CommandLine.h"
 #include "Interruption.h"
 #include "JsonText.h"
 #include "Text.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <future>
 #include <kelvane/common/AsyncExecuteProcessTask.h>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <unistd.h>
+#include <vector>
 
 namespace kelvane::tool {
 namespace {
@@ -38,8 +40,9 @@ void printStream(const String &text, std::FILE *stream)
     std::fflush(stream);
 }
 
-} // namespace
-
+/// Runs a command through the library's external-process task and prints what it wrote: its output and errors each to
+/// their own stream, or both in one JSON object. A name without a slash is looked for in PATH. Its exit code is not
+/// looked at.
 ExitCode runExternalCommand(const std::vector<std::string> &command, bool isJson)
 {
     const auto task = std::make_shared<AsyncExecuteProcessTask>();
@@ -67,6 +70,28 @@ ExitCode runExternalCommand(const std::vector<std::string> &command, bool isJson
         printStream(record->error(), stderr);
     }
     return Interruption::isRequested() ? ExitInterrupted : ExitDone;
+}
+
+} // namespace
+
+Command defineRunCommand(CLI::App &application)
+{
+    struct Options {
+        std::vector<std::string> command;
+        bool isJson = false;
+    };
+    const auto options = std::make_shared<Options>();
+    CLI::App *command = addCommand(application,
+        {"run", "Run a program and show what it wrote", "[OPTIONS] -- COMMAND...",
+            "No shell is involved. The output is read when the program has ended: one that writes more than\n"
+            "64 KiB waits until it is interrupted. The program's exit code is not looked at.\n\n"
+            "Example:\n  kelvane run --json -- df -h /media/$USER/PHONE"});
+    command->add_option("COMMAND", options->command, "The program and its arguments")->required()->option_text("...");
+    addJsonFlag(*command, options->isJson, "Print output and errors apart, as one JSON object");
+    return {command, [options] {
+                Interruption::install();
+                return runExternalCommand(options->command, options->isJson);
+            }};
 }
 
 } // namespace kelvane::tool

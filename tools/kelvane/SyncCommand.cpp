@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "SyncCommand.h"
 
+#include "CommandLine.h"
 #include "DeviceLock.h"
 #include "DeviceRepair.h"
 #include "Interruption.h"
 #include "JsonEvents.h"
+#include "LogOutput.h"
 #include "PlainProgress.h"
 #include "SyncPlan.h"
 #include "SyncRun.h"
@@ -13,7 +15,12 @@
 #include "Text.h"
 
 #include <chrono>
+#include <CLI/CLI.hpp>
+#include <memory>
 #include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace kelvane::tool {
 namespace {
@@ -136,6 +143,45 @@ SyncSummary SyncCommand::sync(DeviceFolder &device)
         _view->errorLine("cannot tidy up the device " + inQuotes(device.path()) + ": " + error.what());
     }
     return summary;
+}
+
+Command defineSyncCommand(CLI::App &application)
+{
+    struct Options {
+        std::vector<std::string> paths;
+        SyncOptions sync;
+    };
+    const auto options = std::make_shared<Options>();
+    SyncOptions &sync = options->sync;
+    CLI::App *command = addCommand(application,
+        {"sync", "Bring media files to a device", "[OPTIONS] SOURCE... DEVICE",
+            "Audio and video go to Music, images to Photos. A second run copies only what changed;\n"
+            "an interrupted one is finished by the next.\n\n"
+            "Example:\n  kelvane sync ~/Music ~/Pictures /media/$USER/PHONE\n\n"
+            "Exit codes: 0 done, 1 some items failed, 2 wrong use, 3 cannot start, 130 interrupted"});
+    command->add_option("PATH", options->paths, "SOURCE... DEVICE: files or folders, then the device's folder")
+        ->expected(0, -1)
+        ->option_text(" ");
+    command->add_flag("-n,--dry-run", sync.isDryRun, "Say what would be done, and do nothing");
+    command->add_option("-j,--jobs", sync.jobs, "Items to work on at once (default 2)")
+        ->check(CLI::Range(1, 64))
+        ->option_text("N");
+    command->add_flag(
+        "--delete", sync.deletesVanished, "Remove from the device what is no longer in the given folders");
+    command->add_flag("--verify", sync.verifies, "Compare every copy with its source, byte by byte");
+    command->add_flag("-q,--quiet", sync.isQuiet, "Say nothing but errors");
+    command->add_flag("-v,--verbose", sync.isVerbose, "Show the library's log on standard error");
+    addJsonFlag(*command, sync.isJson, "Print one event a line as JSON");
+    return {command, [options] {
+                if (options->paths.size() < 2)
+                    throw StopError(ExitWrongUse, "sync needs a SOURCE and a DEVICE (see kelvane sync --help)");
+                options->sync.device = options->paths.back();
+                options->paths.pop_back();
+                options->sync.sources = std::move(options->paths);
+                Interruption::install();
+                setLogOutput(options->sync.isVerbose);
+                return SyncCommand(std::move(options->sync)).run();
+            }};
 }
 
 } // namespace kelvane::tool

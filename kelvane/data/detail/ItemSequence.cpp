@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cassert>
+#include <cstdint>
 #include <utility>
 
 namespace kelvane::detail {
@@ -11,7 +13,7 @@ namespace kelvane::detail {
 // Invariants
 //  1. Every node but the root has a parent that lists it once, with the number of items below it. A branch has a
 //     child or more, a leaf a slot or more; an empty sequence has no root. (An insertion that ran out of memory may
-//     leave a root with one child, or a hash without slots: neither does harm.)
+//     leave a root with one child, which does no harm.)
 //  2. All leaves are at the same depth.
 //  3. A slot never moves in memory; its leaf is up to date.
 //  4. A node that has become a quarter full joins its neighbour where the two fit together with room to spare.
@@ -36,12 +38,16 @@ void eraseAt(std::array<T, Capacity> &values, std::size_t count, std::size_t pos
     std::move(values.begin() + position + 1, values.begin() + count, values.begin() + position);
 }
 
+/// Looks from the end, because most lists grow there.
 template <class T, std::size_t Capacity>
-std::size_t positionOf(const std::array<T, Capacity> &values, T value) noexcept
+std::size_t positionOf(const std::array<T, Capacity> &values, std::size_t count, T value) noexcept
 {
-    const auto found = std::find(values.begin(), values.end(), value);
-    assert(found != values.end());
-    return static_cast<std::size_t>(found - values.begin());
+    std::size_t position = count;
+    do {
+        assert(position > 0);
+        --position;
+    } while (values[position] != value);
+    return position;
 }
 
 } // namespace
@@ -50,8 +56,7 @@ struct ItemSequence::Slot {
     Item item;
     std::size_t hash;
     Leaf *leaf = nullptr;
-    Slot *previous = nullptr; // of the same hash
-    Slot *next = nullptr;
+    Slot *next = nullptr; // of the chain
 };
 
 struct ItemSequence::Node {
@@ -142,7 +147,7 @@ void ItemSequence::swap(ItemSequence &other) noexcept
 {
     std::swap(_root, other._root);
     std::swap(_size, other._size);
-    _firstByHash.swap(other._firstByHash);
+    _chains.swap(other._chains);
 }
 
 // Looking up
@@ -160,6 +165,15 @@ ItemSequence::Place ItemSequence::placeOf(std::size_t index) const noexcept
     return {static_cast<Leaf *>(node), index};
 }
 
+/// The place behind the last item.
+ItemSequence::Place ItemSequence::end() const noexcept
+{
+    Node *node = _root;
+    while (!node->isLeaf)
+        node = static_cast<Branch *>(node)->children[node->count - 1];
+    return {static_cast<Leaf *>(node), node->count};
+}
+
 const ItemSequence::Item &ItemSequence::at(std::size_t index) const noexcept
 {
     const Place place = placeOf(index);
@@ -173,24 +187,60 @@ void ItemSequence::copyRun(std::size_t index, std::vector<Item> &run) const
         run.push_back(place.leaf->slots[offset]->item);
 }
 
+/// The chain that slots of this hash are in. Hashes are often addresses, whose lowest bits are all the same: multiplied by
+/// an odd number whose bits look random (2^64 by the golden ratio), each of their bits reaches the highest.
+ItemSequence::Slot *&ItemSequence::chainOf(std::size_t hash) noexcept
+{
+    const auto mixed = static_cast<std::uint64_t>(hash) * 0x9E3779B97F4A7C15U;
+    return _chains[static_cast<std::size_t>(mixed >> (64 - std::countr_zero(_chains.size())))];
+}
+
 ItemSequence::Slot *ItemSequence::firstWithHash(std::size_t hash) const noexcept
 {
-    const auto found = _firstByHash.find(hash);
-    return found == _firstByHash.end() ? nullptr : found->second;
+    if (_chains.empty())
+        return nullptr;
+    Slot *slot = const_cast<ItemSequence *>(this)->chainOf(hash);
+    while (slot && slot->hash != hash)
+        slot = slot->next;
+    return slot;
+}
+
+ItemSequence::Slot *ItemSequence::nextWithHash(const Slot &slot) noexcept
+{
+    Slot *next = slot.next;
+    while (next && next->hash != slot.hash)
+        next = next->next;
+    return next;
+}
+
+/// Makes enough chains for one more slot.
+void ItemSequence::makeChains()
+{
+    if (_size < _chains.size())
+        return;
+    std::vector<Slot *> before(std::max<std::size_t>(16, _chains.size() * 2));
+    _chains.swap(before);
+    for (Slot *slot : before) {
+        while (slot) {
+            Slot *&chain = chainOf(slot->hash);
+            Slot *const next = std::exchange(slot->next, chain);
+            chain = std::exchange(slot, next);
+        }
+    }
 }
 
 bool ItemSequence::contains(const IDataItem *item, std::size_t hash) const noexcept
 {
     const Slot *slot = firstWithHash(hash);
     while (slot && slot->item.get() != item)
-        slot = slot->next;
+        slot = nextWithHash(*slot);
     return slot != nullptr;
 }
 
 std::size_t ItemSequence::indexOf(const Slot &slot) const noexcept
 {
     const Node *node = slot.leaf;
-    std::size_t index = positionOf(slot.leaf->slots, const_cast<Slot *>(&slot));
+    std::size_t index = positionOf(slot.leaf->slots, slot.leaf->count, const_cast<Slot *>(&slot));
     for (const Branch *branch = node->parent; branch; node = branch, branch = branch->parent) {
         for (std::size_t position = 0; branch->children[position] != node; ++position)
             index += branch->sizes[position];
@@ -201,7 +251,7 @@ std::size_t ItemSequence::indexOf(const Slot &slot) const noexcept
 std::size_t ItemSequence::indexOf(const IDataItem *item, std::size_t hash) const noexcept
 {
     std::size_t lowest = _size;
-    for (const Slot *slot = firstWithHash(hash); slot; slot = slot->next) {
+    for (const Slot *slot = firstWithHash(hash); slot; slot = nextWithHash(*slot)) {
         if (slot->item.get() == item)
             lowest = std::min(lowest, indexOf(*slot));
     }
@@ -211,7 +261,7 @@ std::size_t ItemSequence::indexOf(const IDataItem *item, std::size_t hash) const
 std::vector<ItemSequence::Item> ItemSequence::othersWithHash(const IDataItem *item, std::size_t hash) const
 {
     std::vector<Item> others;
-    for (const Slot *slot = firstWithHash(hash); slot; slot = slot->next) {
+    for (const Slot *slot = firstWithHash(hash); slot; slot = nextWithHash(*slot)) {
         if (slot->item.get() != item)
             others.push_back(slot->item);
     }
@@ -225,14 +275,13 @@ void ItemSequence::insert(std::size_t index, Item item, std::size_t hash)
     // What can run out of memory comes first.
     auto *slot = new Slot{std::move(item), hash};
     std::unique_ptr<Slot> owned(slot);
-    Slot *&first = _firstByHash[hash];
+    makeChains();
     const Place place = makePlaceAt(index);
     (void)owned.release();
 
-    slot->next = first;
-    if (first)
-        first->previous = slot;
-    first = slot;
+    Slot *&chain = chainOf(hash);
+    slot->next = chain;
+    chain = slot;
     place.leaf->insert(place.offset, slot);
     addToSizes(place.leaf, 1);
     ++_size;
@@ -244,8 +293,8 @@ ItemSequence::Place ItemSequence::makePlaceAt(std::size_t index)
         _root = new Leaf;
     if (_size == 0)
         return {static_cast<Leaf *>(_root), 0};
-    Place place = index > 0 ? placeOf(index - 1) : placeOf(0);
-    if (index > 0)
+    Place place = index == _size ? end() : index > 0 ? placeOf(index - 1) : placeOf(0);
+    if (index > 0 && index < _size)
         ++place.offset;
     if (!place.leaf->isFull())
         return place;
@@ -279,7 +328,7 @@ ItemSequence::Node *ItemSequence::split(Node *node, std::size_t keep)
         right = branch;
     }
     Branch *parent = node->parent;
-    const std::size_t position = positionOf(parent->children, node);
+    const std::size_t position = positionOf(parent->children, parent->count, node);
     parent->sizes[position] -= moved;
     parent->insert(position + 1, right, moved);
     return right;
@@ -288,7 +337,8 @@ ItemSequence::Node *ItemSequence::split(Node *node, std::size_t keep)
 void ItemSequence::addToSizes(const Node *node, std::ptrdiff_t difference) noexcept
 {
     for (Branch *branch = node->parent; branch; node = branch, branch = branch->parent)
-        branch->sizes[positionOf(branch->children, const_cast<Node *>(node))] += static_cast<std::size_t>(difference);
+        branch->sizes[positionOf(branch->children, branch->count, const_cast<Node *>(node))] +=
+            static_cast<std::size_t>(difference);
 }
 
 // Shrinking
@@ -303,7 +353,7 @@ void ItemSequence::remove(const IDataItem *item, std::size_t hash) noexcept
 {
     Slot *slot = firstWithHash(hash);
     while (slot) {
-        Slot *const next = slot->next;
+        Slot *const next = nextWithHash(*slot);
         if (slot->item.get() == item)
             (void)take(slot);
         slot = next;
@@ -313,7 +363,7 @@ void ItemSequence::remove(const IDataItem *item, std::size_t hash) noexcept
 ItemSequence::Item ItemSequence::take(Slot *slot) noexcept
 {
     Leaf *leaf = slot->leaf;
-    leaf->erase(positionOf(leaf->slots, slot));
+    leaf->erase(positionOf(leaf->slots, leaf->count, slot));
     addToSizes(leaf, -1);
     --_size;
     shrink(leaf);
@@ -325,21 +375,17 @@ ItemSequence::Item ItemSequence::take(Slot *slot) noexcept
 
 void ItemSequence::unlink(Slot &slot) noexcept
 {
-    if (slot.next)
-        slot.next->previous = slot.previous;
-    if (slot.previous)
-        slot.previous->next = slot.next;
-    else if (slot.next)
-        _firstByHash.find(slot.hash)->second = slot.next;
-    else
-        _firstByHash.erase(slot.hash);
+    Slot **link = &chainOf(slot.hash);
+    while (*link != &slot)
+        link = &(*link)->next;
+    *link = slot.next;
 }
 
 // Removes an empty node, or joins a node that has become small with its neighbour; then the same with its parent.
 void ItemSequence::shrink(Node *node) noexcept
 {
     while (Branch *parent = node->parent) {
-        const std::size_t position = positionOf(parent->children, node);
+        const std::size_t position = positionOf(parent->children, parent->count, node);
         if (node->count == 0) {
             parent->erase(position);
             destroy(node);

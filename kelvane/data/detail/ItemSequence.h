@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 namespace kelvane::detail {
@@ -13,8 +12,8 @@ namespace kelvane::detail {
 /// An array of items in which every operation on one item costs a logarithmic number of steps: a million items are
 /// inserted, found and removed in any order without a scan.
 ///
-/// The order is kept by a B+-tree that counts: every branch knows how many items are below each child. A hash finds
-/// an item's slot; the slot knows its leaf, and the way up from there gives the index. One item may stand in the
+/// The order is kept by a B+-tree that counts: every branch knows how many items are below each child. A hash table
+/// that chains the slots themselves finds an item's slot; the slot knows its leaf, and the way up from there gives the index. One item may stand in the
 /// sequence several times.
 ///
 /// Threads: one at a time; several may read at once. Calls no code of the items, and destroys no item but in its
@@ -60,9 +59,13 @@ private:
     };
 
     [[nodiscard]] Place placeOf(std::size_t index) const noexcept;
+    [[nodiscard]] Place end() const noexcept;
     [[nodiscard]] Place makePlaceAt(std::size_t index);
     [[nodiscard]] std::size_t indexOf(const Slot &slot) const noexcept;
+    [[nodiscard]] Slot *&chainOf(std::size_t hash) noexcept;
     [[nodiscard]] Slot *firstWithHash(std::size_t hash) const noexcept;
+    [[nodiscard]] static Slot *nextWithHash(const Slot &slot) noexcept;
+    void makeChains();
     [[nodiscard]] Node *split(Node *node, std::size_t keep);
     [[nodiscard]] Item take(Slot *slot) noexcept;
     void unlink(Slot &slot) noexcept;
@@ -73,8 +76,8 @@ private:
 
     Node *_root = nullptr;
     std::size_t _size = 0;
-    // The first slot of each hash; slots of one hash are chained.
-    std::unordered_map<std::size_t, Slot *> _firstByHash;
+    // Chains of the slots whose hashes fall together; as many as a power of two, and at least as many as slots.
+    std::vector<Slot *> _chains;
 };
 
 } // namespace kelvane::detail
