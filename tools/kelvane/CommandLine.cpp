@@ -27,8 +27,8 @@ private:
 /// All commands, in the order of the help.
 std::vector<Command> defineCommands(CLI::App &application)
 {
-    return {defineSyncCommand(application), defineInfoCommand(application), defineListCommand(application),
-        defineRunCommand(application)};
+    return {defineSyncCommand(application), defineInfoCommand(application), defineArtworkCommand(application),
+        defineListCommand(application), defineRunCommand(application)};
 }
 
 } // namespace
