@@ -47,7 +47,7 @@ private:
     // True when a frame was found that is bright enough.
     bool searchFrom(double seconds)
     {
-        constexpr int maxFrames = 32;
+        constexpr int maxFrames = 300; // about as many as stand between two that can be reached directly
         constexpr int maxPackets = 2000;
         const auto time = static_cast<std::int64_t>(seconds / av_q2d(_stream.time_base));
         const std::int64_t start = _stream.start_time == AV_NOPTS_VALUE ? 0 : _stream.start_time;
@@ -72,7 +72,9 @@ private:
         constexpr double brightEnough = 24; // of 255, as the mean of a frame
         Handle<AVFrame> frame(av_frame_alloc());
         while (frame && _framesLeft > 0 && avcodec_receive_frame(_decoder.get(), frame.get()) >= 0) {
-            --_framesLeft;
+            constexpr int judgedEvery = 5;
+            if (_framesLeft-- % judgedEvery != 0)
+                continue;
             const double brightness = brightnessOf(*frame);
             if (brightness > _bestBrightness) {
                 _bestBrightness = brightness;
