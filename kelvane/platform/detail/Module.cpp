@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "Module.h"
+
+#include "ExecutablePath.h"
+
+#include <dlfcn.h>
+#include <string>
+
+namespace kelvane::detail {
+namespace {
+
+std::string folderOf(const String &file)
+{
+    const std::string_view path = file.view();
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash));
+}
+
+} // namespace
+
+Module::Module(const char *fileName)
+{
+    const std::string places[] = {folderOf(programPath()), folderOf(libraryPath()) + "/kelvane"};
+    for (const std::string &folder : places)
+        // A relative path would be one from the working directory.
+        if (!_handle && folder.starts_with('/'))
+            _handle = ::dlopen((folder + '/' + fileName).c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+void *Module::symbol(const char *name) const noexcept
+{
+    return _handle ? ::dlsym(_handle, name) : nullptr;
+}
+
+} // namespace kelvane::detail
