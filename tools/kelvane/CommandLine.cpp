@@ -28,7 +28,7 @@ private:
 std::vector<Command> defineCommands(CLI::App &application)
 {
     return {defineSyncCommand(application), defineInfoCommand(application), defineListCommand(application),
-        defineRunCommand(application)};
+        defineRunCommand(application), defineHeicToJpegCommand(application)};
 }
 
 } // namespace

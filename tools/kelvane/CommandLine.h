@@ -40,5 +40,6 @@ Command defineSyncCommand(CLI::App &application);
 Command defineInfoCommand(CLI::App &application);
 Command defineListCommand(CLI::App &application);
 Command defineRunCommand(CLI::App &application);
+Command defineHeicToJpegCommand(CLI::App &application);
 
 } // namespace kelvane::tool

@@ -19,7 +19,9 @@ DecoderLibrary::State DecoderLibrary::load()
     const std::lock_guard lock(_mutex);
     if (_handle)
         return State::loaded;
-    const String path = String::concat({Bundle::mainBundle().bundlePath().view(), "/", decoderModuleName});
+    String path = String::concat({Bundle::mainBundle().bundlePath().view(), "/", decoderModuleName});
+    if (!Utils::fileExsit(path))
+        path = String::concat({Bundle::libraryBundle().bundlePath().view(), "/kelvane/", decoderModuleName});
     if (!Utils::fileExsit(path))
         return State::missing;
     _handle = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);

@@ -8,7 +8,8 @@
 
 namespace kelvane::detail {
 
-/// The decoder module of HEIF photos, looked for beside the program's executable and nowhere else.
+/// The decoder module of HEIF photos. It is looked for beside the program's executable, then where the library's own
+/// installation puts it, and nowhere else: neither the working directory nor the environment has a say.
 ///
 /// Threads: any thread, any operation.
 class DecoderLibrary {
