@@ -10,4 +10,5 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/KelvaneConfigVersion.cmak
 install(TARGETS kelvane EXPORT KelvaneTargets FILE_SET HEADERS)
 install(EXPORT KelvaneTargets NAMESPACE Kelvane:: DESTINATION ${KELVANE_PACKAGE_DIR})
 install(FILES ${PROJECT_BINARY_DIR}/KelvaneConfig.cmake ${PROJECT_BINARY_DIR}/KelvaneConfigVersion.cmake
+  cmake/KelvaneDecoder.cmake
   DESTINATION ${KELVANE_PACKAGE_DIR})

@@ -27,6 +27,10 @@
 #include <kelvane/platform/FileMetadataIndex.h>
 #include <kelvane/platform/FMDatabase.h>
 #include <kelvane/platform/FMResultSet.h>
+#include <kelvane/platform/Image.h>
+#include <kelvane/platform/ImageDestination.h>
+#include <kelvane/platform/ImageFormat.h>
+#include <kelvane/platform/ImageSource.h>
 #include <kelvane/platform/LogLevel.h>
 #include <kelvane/platform/Monitor.h>
 #include <kelvane/platform/Operation.h>
@@ -98,6 +102,7 @@
 #include <kelvane/data/TypedDataItem.h>
 
 // media: records of media and their readers
+#include <kelvane/media/HeicConverter.h>
 #include <kelvane/media/LocalMediaRecord.h>
 #include <kelvane/media/MediaBase.h>
 #include <kelvane/media/Mediadata.h>

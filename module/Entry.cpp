@@ -2,8 +2,8 @@
 // What the module exports: its table of operations.
 #include "FileFacts.h"
 #include "Picture.h"
-#include "Preview.h"
 #include "StillImage.h"
+#include "VideoFrame.h"
 
 #include <exception>
 
@@ -41,11 +41,12 @@ void releaseFacts(const detail::MediaFacts *facts)
     delete static_cast<const HandedOut *>(facts);
 }
 
-const detail::MediaPicture *previewOf(const char *path, std::int32_t maxWidth, std::int32_t maxHeight)
+const detail::MediaPicture *frameOfVideo(const char *path, std::int32_t maxWidth, std::int32_t maxHeight)
 {
     try {
         Budget budget(1.5, maxBytesRead);
-        return handOut(preview(path, maxWidth, maxHeight, budget));
+        MediaInput input(path, budget);
+        return input.isOpen() ? handOut(videoFrame(input, maxWidth, maxHeight)) : nullptr;
     } catch (const std::exception &) {
         return nullptr;
     }
@@ -61,7 +62,7 @@ const detail::MediaPicture *decodeImage(const std::uint8_t *bytes, std::size_t s
 }
 
 constexpr detail::MediaModule table{
-    detail::mediaModuleVersion, 0, indexFile, releaseFacts, previewOf, decodeImage, releasePicture};
+    detail::mediaModuleVersion, 0, indexFile, releaseFacts, frameOfVideo, decodeImage, releasePicture};
 
 } // namespace
 } // namespace kelvane::module

@@ -6,8 +6,6 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
-#include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -59,34 +57,6 @@ bool hasAlpha(const Picture &picture)
     return false;
 }
 
-bool liesOnItsSide(Orientation orientation)
-{
-    return orientation >= 5;
-}
-
-Picture upright(Picture picture, Orientation orientation)
-{
-    if (orientation == 1 || picture.pixels.empty())
-        return picture;
-    const std::int32_t w = picture.width;
-    const std::int32_t h = picture.height;
-    const bool isSwapped = liesOnItsSide(orientation);
-    const bool isFromRight = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
-    const bool isFromBelow = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
-    Picture result{std::vector<std::uint8_t>(picture.pixels.size()), isSwapped ? h : w, isSwapped ? w : h};
-    std::uint8_t *to = result.pixels.data();
-    for (std::int32_t y = 0; y < result.height; ++y)
-        for (std::int32_t x = 0; x < result.width; ++x, to += bytesPerPixel) {
-            const std::int32_t column = isSwapped ? y : x;
-            const std::int32_t row = isSwapped ? x : y;
-            const auto fromX = static_cast<std::size_t>(isFromRight ? w - 1 - column : column);
-            const auto fromY = static_cast<std::size_t>(isFromBelow ? h - 1 - row : row);
-            std::memcpy(
-                to, &picture.pixels[(fromY * static_cast<std::size_t>(w) + fromX) * bytesPerPixel], bytesPerPixel);
-        }
-    return result;
-}
-
 } // namespace
 
 Picture pictureOf(const AVFrame &frame, std::int32_t width, std::int32_t height)
@@ -114,19 +84,25 @@ Picture pictureOf(const AVFrame &frame, std::int32_t width, std::int32_t height)
     return picture;
 }
 
-Picture fittedPicture(
-    const AVFrame &frame, Orientation orientation, double aspect, std::int32_t maxWidth, std::int32_t maxHeight)
+Picture turned(Picture picture, int quarters)
 {
-    if (frame.width <= 0 || frame.height <= 0 || maxWidth <= 0 || maxHeight <= 0)
-        return {};
-    if (liesOnItsSide(orientation))
-        std::swap(maxWidth, maxHeight);
-    const double width = frame.width * aspect;
-    const double scale = std::min({1.0, maxWidth / width, static_cast<double>(maxHeight) / frame.height});
-    const auto scaled = [scale](double size, std::int32_t most) {
-        return std::clamp(static_cast<std::int32_t>(std::lround(size * scale)), 1, most);
-    };
-    return upright(pictureOf(frame, scaled(width, maxWidth), scaled(frame.height, maxHeight)), orientation);
+    quarters &= 3;
+    if (quarters == 0 || picture.pixels.empty())
+        return picture;
+    const std::int32_t w = picture.width;
+    const std::int32_t h = picture.height;
+    Picture result{std::vector<std::uint8_t>(picture.pixels.size()), quarters == 2 ? w : h, quarters == 2 ? h : w};
+    for (std::int32_t y = 0; y < h; ++y)
+        for (std::int32_t x = 0; x < w; ++x) {
+            const std::int32_t toX = quarters == 1 ? h - 1 - y : quarters == 2 ? w - 1 - x : y;
+            const std::int32_t toY = quarters == 1 ? x : quarters == 2 ? h - 1 - y : w - 1 - x;
+            const std::size_t from =
+                static_cast<std::size_t>(y) * static_cast<std::size_t>(w) + static_cast<std::size_t>(x);
+            const std::size_t to =
+                static_cast<std::size_t>(toY) * static_cast<std::size_t>(result.width) + static_cast<std::size_t>(toX);
+            std::memcpy(&result.pixels[to * bytesPerPixel], &picture.pixels[from * bytesPerPixel], bytesPerPixel);
+        }
+    return result;
 }
 
 const detail::MediaPicture *handOut(Picture picture)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "Handles.h"
-#include "Orientation.h"
 
 #include <cstdint>
 #include <kelvane/platform/detail/MediaModule.h>
@@ -20,10 +19,8 @@ struct Picture {
 
 /// A decoded frame as red, green, blue and alpha in the given size, which may be its own.
 [[nodiscard]] Picture pictureOf(const AVFrame &frame, std::int32_t width, std::int32_t height);
-/// A decoded frame upright and scaled down to fit `maxWidth` by `maxHeight`, never up. `aspect` is the width of its
-/// pixels where their height is 1.
-[[nodiscard]] Picture fittedPicture(
-    const AVFrame &frame, Orientation orientation, double aspect, std::int32_t maxWidth, std::int32_t maxHeight);
+/// Turned clockwise by `quarters` times 90 degrees.
+[[nodiscard]] Picture turned(Picture picture, int quarters);
 
 /// The picture for callers of the module, who give it back to releasePicture(); null for one without pixels.
 [[nodiscard]] const detail::MediaPicture *handOut(Picture picture);

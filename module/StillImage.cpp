@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "StillImage.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -21,9 +20,7 @@ AVCodecID codecOf(std::string_view file)
         return AV_CODEC_ID_TIFF;
     if (file.starts_with("RIFF") && file.size() > 12 && file.substr(8, 4) == "WEBP")
         return AV_CODEC_ID_WEBP;
-    if (file.starts_with("\xff\xd8\xff"))
-        return AV_CODEC_ID_MJPEG;
-    return file.starts_with("\x89PNG\r\n") ? AV_CODEC_ID_PNG : AV_CODEC_ID_NONE;
+    return AV_CODEC_ID_NONE;
 }
 
 std::size_t littleEndian(std::string_view bytes, std::size_t at, std::size_t count)
@@ -80,40 +77,16 @@ Handle<AVFrame> decode(AVCodecID id, std::string_view file, std::int64_t maxPixe
     return isDone ? std::move(frame) : nullptr;
 }
 
-Handle<AVFrame> decodedFrame(std::string_view file, std::int64_t maxPixels)
-{
-    const AVCodecID codec = codecOf(file);
-    if (codec == AV_CODEC_ID_NONE || maxPixels <= 0)
-        return nullptr;
-    const std::string first = codec == AV_CODEC_ID_WEBP ? firstPictureOfMovingWebp(file) : std::string();
-    return decode(codec, first.empty() ? file : first, maxPixels);
-}
-
-Orientation orientationOf(std::string_view file, const AVFrame &frame)
-{
-    // The decoder of JPEG has read its EXIF block.
-    const AVDictionaryEntry *entry = av_dict_get(frame.metadata, "Orientation", nullptr, 0);
-    const long number = entry ? std::strtol(entry->value, nullptr, 10) : orientationOfImage(file);
-    return number >= 1 && number <= 8 ? static_cast<Orientation>(number) : 1;
-}
-
 } // namespace
-
-bool isStillImage(std::string_view head)
-{
-    return codecOf(head) != AV_CODEC_ID_NONE;
-}
 
 Picture stillImage(std::string_view file, std::int64_t maxPixels)
 {
-    const Handle<AVFrame> frame = decodedFrame(file, maxPixels);
+    const AVCodecID codec = codecOf(file);
+    if (codec == AV_CODEC_ID_NONE || maxPixels <= 0)
+        return {};
+    const std::string first = codec == AV_CODEC_ID_WEBP ? firstPictureOfMovingWebp(file) : std::string();
+    const Handle<AVFrame> frame = decode(codec, first.empty() ? file : first, maxPixels);
     return frame ? pictureOf(*frame, frame->width, frame->height) : Picture();
-}
-
-Picture smallImage(std::string_view file, std::int64_t maxPixels, std::int32_t maxWidth, std::int32_t maxHeight)
-{
-    const Handle<AVFrame> frame = decodedFrame(file, maxPixels);
-    return frame ? fittedPicture(*frame, orientationOf(file, *frame), 1, maxWidth, maxHeight) : Picture();
 }
 
 } // namespace kelvane::module

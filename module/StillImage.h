@@ -7,12 +7,7 @@
 
 namespace kelvane::module {
 
-/// Whether a file that begins so is a JPEG, PNG, GIF, BMP, TIFF or WebP file.
-[[nodiscard]] bool isStillImage(std::string_view head);
-/// The first picture of such a file as it is stored; one without pixels where it cannot be decoded.
+/// The first picture of a GIF, BMP, TIFF or WebP file; one without pixels where it cannot be decoded.
 [[nodiscard]] Picture stillImage(std::string_view file, std::int64_t maxPixels);
-/// The same, upright and no larger than given.
-[[nodiscard]] Picture smallImage(
-    std::string_view file, std::int64_t maxPixels, std::int32_t maxWidth, std::int32_t maxHeight);
 
 } // namespace kelvane::module

@@ -104,14 +104,13 @@ private:
     int _framesLeft = 0;
 };
 
-// As players turn the film.
-Orientation orientationOf(const AVStream &stream)
+// By how many quarters players turn the film clockwise.
+int quartersOf(const AVStream &stream)
 {
     const auto *matrix =
         reinterpret_cast<const std::int32_t *>(av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr));
-    const double angle = matrix ? av_display_rotation_get(matrix) : 0; // anticlockwise
-    constexpr Orientation byQuarters[] = {1, 6, 3, 8}; // clockwise
-    return std::isnan(angle) ? 1 : byQuarters[static_cast<unsigned>(std::lround(-angle / 90)) & 3];
+    const double angle = matrix ? av_display_rotation_get(matrix) : 0;
+    return std::isnan(angle) ? 0 : static_cast<int>(std::lround(-angle / 90)) & 3;
 }
 
 } // namespace
@@ -121,15 +120,22 @@ Picture videoFrame(MediaInput &input, std::int32_t maxWidth, std::int32_t maxHei
     if (needsAnalysis(input.format()))
         input.analyse();
     const AVStream *stream = mainStream(input.format(), AVMEDIA_TYPE_VIDEO);
-    if (!stream)
+    if (!stream || maxWidth <= 0 || maxHeight <= 0)
         return {};
     const Handle<AVFrame> frame = FrameSearch(input, *stream).find();
-    if (!frame)
+    if (!frame || frame->width <= 0 || frame->height <= 0)
         return {};
+    const int quarters = quartersOf(*stream);
+    if (quarters % 2 != 0)
+        std::swap(maxWidth, maxHeight);
     // Pixels of some films are not square.
     const AVRational shape = av_guess_sample_aspect_ratio(&input.format(), const_cast<AVStream *>(stream), frame.get());
     const double aspect = shape.num > 0 && shape.den > 0 ? std::clamp(av_q2d(shape), 0.1, 10.0) : 1;
-    return fittedPicture(*frame, orientationOf(*stream), aspect, maxWidth, maxHeight);
+    const double width = frame->width * aspect;
+    const double scale = std::min({1.0, maxWidth / width, static_cast<double>(maxHeight) / frame->height});
+    const auto scaled = [scale](double size) { return std::max(1, static_cast<int>(std::lround(size * scale))); };
+    return turned(
+        pictureOf(*frame, std::min(scaled(width), maxWidth), std::min(scaled(frame->height), maxHeight)), quarters);
 }
 
 } // namespace kelvane::module

@@ -13,18 +13,18 @@ namespace kelvane {
 /// whatever way the film or photo was taken. Sound has none; its covers are among its tags.
 ///
 /// Threads: any.
-/// Errors: null data for a file that shows nothing, cannot be decoded, or is too large (80 megapixels); also where
-/// libkelvane-media.so, the module that decodes, is missing.
+/// Errors: null data for a file that shows nothing, cannot be decoded, or is larger than an Image may be; also where the
+/// module is missing that decodes it: libkelvane-media.so for films and some images, the decoder of HEIC photos.
 class KELVANE_EXPORT Thumbnail {
 public:
-    static constexpr std::int32_t defaultSide = 512; ///< pixels
+    static constexpr std::int32_t defaultSide = 512;
 
     Thumbnail() = delete;
 
-    /// A JPEG of what is in the file at `path`, in its proportions and at most as large as given; smaller pictures keep
-    /// their size. Where it can be looked through, it is shown on white.
-    [[nodiscard]] static Data jpegOfFile(
-        const String &path, std::int32_t maxWidth = defaultSide, std::int32_t maxHeight = defaultSide);
+    /// A JPEG of what is in the file at `path`, in its proportions, neither side longer than `maximumEdge` pixels;
+    /// smaller pictures keep their size. Where it can be looked through, it is shown on white. The colours keep their
+    /// profile.
+    [[nodiscard]] static Data jpegOfFile(const String &path, std::int32_t maximumEdge = defaultSide);
 };
 
 } // namespace kelvane

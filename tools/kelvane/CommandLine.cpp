@@ -28,7 +28,7 @@ private:
 std::vector<Command> defineCommands(CLI::App &application)
 {
     return {defineSyncCommand(application), defineInfoCommand(application), defineArtworkCommand(application),
-        defineListCommand(application), defineRunCommand(application)};
+        defineListCommand(application), defineRunCommand(application), defineHeicToJpegCommand(application)};
 }
 
 } // namespace

@@ -41,5 +41,6 @@ Command defineInfoCommand(CLI::App &application);
 Command defineArtworkCommand(CLI::App &application);
 Command defineListCommand(CLI::App &application);
 Command defineRunCommand(CLI::App &application);
+Command defineHeicToJpegCommand(CLI::App &application);
 
 } // namespace kelvane::tool

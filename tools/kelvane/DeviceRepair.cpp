@@ -5,6 +5,7 @@
 #include "ExitCode.h"
 #include "FileCompare.h"
 #include "MediaReader.h"
+#include "PhotoConversion.h"
 #include "SourceFile.h"
 #include "Text.h"
 
@@ -32,8 +33,10 @@ void DeviceRepair::settle()
 // lacks its row; or, if it looks different, a file that somebody else has put there, which is left alone.
 void DeviceRepair::adopt(const DeviceLibrary::Transfer &transfer, const FileStamp &stamp)
 {
-    const bool isOurs = stamp == transfer.stamp
-        || (stamp.isAbout(transfer.stamp) && isSameContent(transfer.source, _device, transfer.target));
+    const bool isOurs = isConversion(transfer.source, transfer.target)
+        ? isSameConversion(transfer.source, _device, transfer.target, std::string(incomingFolder) + "/repaired")
+        : stamp == transfer.stamp
+            || (stamp.isAbout(transfer.stamp) && isSameContent(transfer.source, _device, transfer.target));
     if (!isOurs)
         return;
     SyncRecord record;

@@ -2,6 +2,9 @@
 #include "FileCompare.h"
 
 #include "ExitCode.h"
+#include "PhotoConversion.h"
+
+#include "ExitCode.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -52,6 +55,20 @@ bool isSameContent(
             return true;
     }
     return false;
+}
+
+bool isSameConversion(
+    const std::string &path, DeviceFolder &device, const std::string &devicePath, const std::string &scratchPath)
+{
+    bool isSame = false;
+    try {
+        convertPhoto(path, device.absolutePath(scratchPath));
+        isSame = isSameContent(device.absolutePath(scratchPath), device, devicePath);
+    } catch (const ItemError &) {
+        // What cannot be converted now is not what is there.
+    }
+    device.removeFile(scratchPath);
+    return isSame;
 }
 
 } // namespace kelvane::tool

@@ -14,4 +14,9 @@ namespace kelvane::tool {
 [[nodiscard]] bool isSameContent(const std::string &path, DeviceFolder &device, const std::string &devicePath,
     const std::function<bool()> &goesOn = {});
 
+/// Whether a photo on the device is what its source is converted to: it is converted once more, to `scratchPath` on the
+/// device, which is removed again.
+[[nodiscard]] bool isSameConversion(
+    const std::string &path, DeviceFolder &device, const std::string &devicePath, const std::string &scratchPath);
+
 } // namespace kelvane::tool

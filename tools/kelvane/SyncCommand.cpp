@@ -155,8 +155,8 @@ Command defineSyncCommand(CLI::App &application)
     SyncOptions &sync = options->sync;
     CLI::App *command = addCommand(application,
         {"sync", "Bring media files to a device", "[OPTIONS] SOURCE... DEVICE",
-            "Audio and video go to Music, images to Photos. A second run copies only what changed;\n"
-            "an interrupted one is finished by the next.\n\n"
+            "Audio and video go to Music, images to Photos, HEIC photos as JPEG. A second run copies only what\n"
+            "changed; an interrupted one is finished by the next.\n\n"
             "Example:\n  kelvane sync ~/Music ~/Pictures /media/$USER/PHONE\n\n"
             "Exit codes: 0 done, 1 some items failed, 2 wrong use, 3 cannot start, 130 interrupted"});
     command->add_option("PATH", options->paths, "SOURCE... DEVICE: files or folders, then the device's folder")
@@ -169,6 +169,7 @@ Command defineSyncCommand(CLI::App &application)
     command->add_flag(
         "--delete", sync.deletesVanished, "Remove from the device what is no longer in the given folders");
     command->add_flag("--verify", sync.verifies, "Compare every copy with its source, byte by byte");
+    command->add_flag("--keep-heic", sync.keepsHeic, "Copy HEIC photos as they are, not as JPEG");
     command->add_flag("-q,--quiet", sync.isQuiet, "Say nothing but errors");
     command->add_flag("-v,--verbose", sync.isVerbose, "Show the library's log on standard error");
     addJsonFlag(*command, sync.isJson, "Print one event a line as JSON");

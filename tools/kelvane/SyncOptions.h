@@ -14,6 +14,7 @@ struct SyncOptions {
     bool isDryRun = false;
     bool deletesVanished = false;
     bool verifies = false;
+    bool keepsHeic = false;
     bool isQuiet = false;
     bool isVerbose = false;
     bool isJson = false;

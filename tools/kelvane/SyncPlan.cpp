@@ -3,6 +3,7 @@
 
 #include "ExitCode.h"
 #include "Interruption.h"
+#include "PhotoConversion.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -65,6 +66,9 @@ void SyncPlan::takeFile(const SourceFile &file, const std::shared_ptr<SyncRecord
     record->sourceStamp = file.stamp;
     try {
         record->format = &formatOfFile(file);
+        record->isConverted = !_options.keepsHeic && isConvertible(file.path, *record->format);
+        if (record->isConverted)
+            record->format = formatOfExtension("jpg");
         record->devicePath = _names.nameFor(file.path, *record->format);
     } catch (const ItemError &error) {
         return fail(file.path, "copy", error.what());

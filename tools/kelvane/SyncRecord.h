@@ -21,6 +21,7 @@ struct SyncRecord {
           devicePath(other.devicePath),
           deviceStamp(other.deviceStamp),
           format(other.format),
+          isConverted(other.isConverted),
           media(other.media ? other.media->copy() : nullptr)
     {
     }
@@ -31,7 +32,8 @@ struct SyncRecord {
     FileStamp sourceStamp;
     std::string devicePath; // relative to the device
     FileStamp deviceStamp;
-    const MediaFormat *format = nullptr; // known for what is copied in this run
+    const MediaFormat *format = nullptr; // of the copy; known for what is copied in this run
+    bool isConverted = false; // the copy is a JPEG of a HEIC photo
     std::shared_ptr<MediaBase> media; // null until it is read
 };
 

@@ -4,7 +4,9 @@
 #include "CopyProgress.h"
 #include "ExitCode.h"
 #include "FileCompare.h"
+#include "FileDescriptor.h"
 #include "MediaReader.h"
+#include "PhotoConversion.h"
 #include "SourceFile.h"
 #include "Text.h"
 
@@ -12,6 +14,7 @@
 #include <kelvane/storage/FastFileCopyer.h>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace kelvane::tool {
@@ -89,7 +92,10 @@ void SyncWork::copyItem(AsyncTaskIOS &task, SyncItem &item)
     requireRunning(task);
     const std::string staged = std::string(DeviceRepair::incomingFolder) + '/' + std::to_string(++_stagedCount);
     try {
-        copyFile(task, record, staged);
+        if (record.isConverted)
+            convertFile(task, record, staged);
+        else
+            copyFile(task, record, staged);
         requireRunning(task);
         publish(record, staged);
     } catch (...) {
@@ -128,6 +134,25 @@ void SyncWork::copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std:
     }
 }
 
+void SyncWork::convertFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged)
+{
+    requireSpace(_device, record);
+    convertPhoto(record.source, _device.absolutePath(staged));
+    requireUnchanged(record);
+    // As a copy does, it keeps the day of the photo, and is on the disk before it gets its name.
+    const FileDescriptor file(::open(_device.absolutePath(staged).c_str(), O_WRONLY | O_CLOEXEC));
+    const timespec modified{
+        record.sourceStamp.modifiedNs / 1'000'000'000, record.sourceStamp.modifiedNs % 1'000'000'000};
+    const timespec times[] = {modified, modified};
+    if (!file.isOpen() || ::futimens(file.get(), times) != 0 || ::fsync(file.get()) != 0)
+        throw ItemError(reasonText(errno));
+    if (!_verifies)
+        return;
+    enterStep(task, "verify");
+    if (!isSameConversion(record.source, _device, staged, staged + "-again"))
+        throw ItemError("the copy differs from it");
+}
+
 void SyncWork::publish(SyncRecord &record, const std::string &staged)
 {
     while (!_device.publish(staged, record.devicePath)) {
@@ -163,7 +188,11 @@ void SyncWork::verifyItem(AsyncTaskIOS &task, SyncItem &item)
 {
     enterStep(task, "verify");
     const std::shared_ptr<SyncRecord> known = item.record();
-    const bool isSame = isSameContent(known->source, _device, known->devicePath, [&] { return !task.isCancelled(); });
+    const bool wasConverted = isConversion(known->source, known->devicePath);
+    const bool isSame = wasConverted
+        ? isSameConversion(known->source, _device, known->devicePath,
+            std::string(DeviceRepair::incomingFolder) + '/' + std::to_string(++_stagedCount))
+        : isSameContent(known->source, _device, known->devicePath, [&] { return !task.isCancelled(); });
     requireRunning(task);
     if (isSame)
         return;
@@ -171,7 +200,8 @@ void SyncWork::verifyItem(AsyncTaskIOS &task, SyncItem &item)
     item.setModified();
     SyncRecord &record = *item.record();
     const SourceFile source{record.source, record.sourceStamp, formatOfExtension(lowerExtension(record.source))};
-    record.format = &formatOfFile(source);
+    record.format = wasConverted ? formatOfExtension("jpg") : &formatOfFile(source);
+    record.isConverted = wasConverted;
     record.devicePath = _names.nameFor(record.source, *record.format);
     _library.planTransfers({{record.devicePath, record.source, record.sourceStamp}});
     copyItem(task, item);

@@ -39,6 +39,7 @@ private:
     void removeItem(AsyncTaskIOS &task, const SyncRecord &record);
     void verifyItem(AsyncTaskIOS &task, SyncItem &item);
     void copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged);
+    void convertFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged);
     void publish(SyncRecord &record, const std::string &staged);
     void record(const SyncRecord &record);
 

@@ -1,82 +1,219 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "JpegEncoder.h"
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
 #include <jpeglib.h>
-#include <vector>
+#include <memory>
+#include <string_view>
+#include <system_error>
+#include <thread>
 
 namespace kelvane::detail {
 namespace {
 
-constexpr std::size_t rgb = 3;
-constexpr std::size_t rgba = 4;
+// A row of blocks is 16 pixels high where colour is at half the size. There is a restart marker behind each, numbered 0
+// to 7 and again; a stripe is a multiple of eight of them, so that the next one begins with the same number.
+constexpr std::uint32_t blockRow = 16;
+constexpr std::uint32_t stripeRows = 32 * blockRow;
+constexpr std::byte lastRestart[] = {std::byte{0xff}, std::byte{0xd7}};
+constexpr std::byte endOfImage[] = {std::byte{0xff}, std::byte{0xd9}};
+constexpr std::size_t mostSegmentBytes = 65533;
 
-struct Encoder {
-    jpeg_compress_struct state;
-    jpeg_error_mgr errors;
-    std::jmp_buf failure;
-    unsigned char *bytes;
-    unsigned long size;
+struct ErrorManager {
+    jpeg_error_mgr base; // first: libjpeg knows only this
+    std::jmp_buf jump;
 };
 
-void fail(j_common_ptr state)
+[[noreturn]] void leave(j_common_ptr state)
 {
-    std::longjmp(static_cast<Encoder *>(state->client_data)->failure, 1);
+    std::longjmp(reinterpret_cast<ErrorManager *>(state->err)->jump, 1);
 }
 
-void stayQuiet(j_common_ptr) {}
+void keepSilent(j_common_ptr, int) {}
+void keepSilent(j_common_ptr) {}
 
-void opaqueRow(const MediaPicture &picture, std::int32_t y, std::vector<JSAMPLE> &row)
-{
-    const std::uint8_t *from = picture.pixels + static_cast<std::ptrdiff_t>(y) * picture.bytesPerRow;
-    for (JSAMPLE *to = row.data(); to != row.data() + row.size(); to += rgb, from += rgba)
-        for (std::size_t i = 0; i < rgb; ++i)
-            to[i] = static_cast<JSAMPLE>((from[i] * from[3] + 255 * (255 - from[3]) + 127) / 255);
-}
+struct FreeBuffer {
+    void operator()(unsigned char *buffer) const noexcept { std::free(buffer); }
+};
 
-// The encoder's way out of an error is a jump, which must pass by no destructor: there are none in here.
-bool encode(Encoder &encoder, const MediaPicture &picture, int quality, std::vector<JSAMPLE> &row)
-{
-    jpeg_compress_struct &state = encoder.state;
-    state.err = jpeg_std_error(&encoder.errors);
-    encoder.errors.error_exit = fail;
-    encoder.errors.output_message = stayQuiet;
-    state.client_data = &encoder;
-    if (setjmp(encoder.failure) != 0)
-        return false;
-    jpeg_create_compress(&state);
-    jpeg_mem_dest(&state, &encoder.bytes, &encoder.size);
-    state.image_width = static_cast<JDIMENSION>(picture.width);
-    state.image_height = static_cast<JDIMENSION>(picture.height);
-    state.input_components = rgb;
-    state.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&state);
-    jpeg_set_quality(&state, quality, TRUE);
-    jpeg_start_compress(&state, TRUE);
-    while (state.next_scanline < state.image_height) {
-        opaqueRow(picture, static_cast<std::int32_t>(state.next_scanline), row);
-        JSAMPROW rows[] = {row.data()};
-        jpeg_write_scanlines(&state, rows, 1);
+struct Buffer {
+    std::unique_ptr<unsigned char, FreeBuffer> bytes;
+    unsigned long size = 0;
+
+    [[nodiscard]] std::span<const std::byte> all() const noexcept
+    {
+        return std::as_bytes(std::span(bytes.get(), static_cast<std::size_t>(size)));
     }
+};
+
+// JPEG has no alpha: what shows through is white. A row without any is left where it is.
+const std::uint8_t *onWhite(const std::uint8_t *row, std::uint32_t width, std::vector<std::uint8_t> &room)
+{
+    std::uint8_t opacity = 255;
+    for (std::uint32_t x = 0; x < width; ++x)
+        opacity &= row[4 * x + 3];
+    if (opacity == 255)
+        return row;
+    room.assign(row, row + std::size_t{width} * 4);
+    for (std::uint32_t x = 0; x < width; ++x) {
+        const int white = 255 - room[4 * x + 3];
+        for (std::size_t i = 4 * x; i < 4 * x + 3; ++i)
+            room[i] = static_cast<std::uint8_t>(std::min(255, room[i] + white));
+    }
+    return room.data();
+}
+
+void writeSegment(jpeg_compress_struct &state, int marker, std::string_view name, std::span<const std::byte> content)
+{
+    if (content.empty() || name.size() + content.size() > mostSegmentBytes)
+        return;
+    jpeg_write_m_header(&state, marker, static_cast<unsigned int>(name.size() + content.size()));
+    for (const char character : name)
+        jpeg_write_m_byte(&state, static_cast<unsigned char>(character));
+    for (const std::byte byte : content)
+        jpeg_write_m_byte(&state, std::to_integer<int>(byte));
+}
+
+void writeProperties(jpeg_compress_struct &state, const JpegPicture &picture)
+{
+    using namespace std::string_view_literals;
+    writeSegment(state, JPEG_APP0 + 1, "Exif\0\0"sv, picture.exif);
+    writeSegment(state, JPEG_APP0 + 1, "http://ns.adobe.com/xap/1.0/\0"sv, picture.xmp);
+    if (!picture.iccProfile.empty())
+        jpeg_write_icc_profile(&state, reinterpret_cast<const JOCTET *>(picture.iccProfile.data()),
+            static_cast<unsigned int>(picture.iccProfile.size()));
+}
+
+void writeRows(
+    jpeg_compress_struct &state, const JpegPicture &picture, std::uint32_t firstRow, std::vector<std::uint8_t> &room)
+{
+    while (state.next_scanline < state.image_height) {
+        const std::uint8_t *row = picture.pixels + (firstRow + state.next_scanline) * picture.bytesPerRow;
+        // libjpeg takes it as not const, and leaves it alone.
+        JSAMPROW line = const_cast<JSAMPROW>(onWhite(row, picture.width, room));
+        jpeg_write_scanlines(&state, &line, 1);
+    }
+}
+
+// Everything that longjmp() would leave behind is the caller's.
+bool encodeStripe(const JpegPicture &picture, std::uint32_t firstRow, std::uint32_t rows, unsigned char **bytes,
+    unsigned long *size, std::vector<std::uint8_t> &room)
+{
+    jpeg_compress_struct state = {};
+    ErrorManager errors = {};
+    state.err = jpeg_std_error(&errors.base);
+    errors.base.error_exit = leave;
+    errors.base.emit_message = keepSilent;
+    errors.base.output_message = keepSilent;
+    if (setjmp(errors.jump)) { // NOLINT(cert-err52-cpp): libjpeg has no other way to tell
+        jpeg_destroy_compress(&state);
+        return false;
+    }
+    jpeg_create_compress(&state);
+    jpeg_mem_dest(&state, bytes, size);
+    state.image_width = picture.width;
+    state.image_height = rows;
+    state.input_components = 4;
+    state.in_color_space = JCS_EXT_RGBA;
+    jpeg_set_defaults(&state);
+    jpeg_set_quality(&state, std::clamp(picture.quality, 1, 100), TRUE);
+    state.restart_in_rows = 1;
+    jpeg_start_compress(&state, TRUE);
+    if (firstRow == 0)
+        writeProperties(state, picture);
+    writeRows(state, picture, firstRow, room);
     jpeg_finish_compress(&state);
+    jpeg_destroy_compress(&state);
     return true;
+}
+
+// Where the coded picture begins, behind the "start of scan" segment; 0 where there is none. Where `height` is not 0, it
+// becomes the height that the file names.
+std::size_t scanOffset(std::span<std::byte> file, std::uint32_t height)
+{
+    constexpr std::byte startOfFrame{0xc0};
+    constexpr std::byte startOfScan{0xda};
+    std::size_t at = 2;
+    while (at + 9 <= file.size()) {
+        const std::byte marker = file[at + 1];
+        const std::size_t size =
+            std::to_integer<std::size_t>(file[at + 2]) << 8 | std::to_integer<std::size_t>(file[at + 3]);
+        if (marker == startOfFrame && height != 0) {
+            file[at + 5] = static_cast<std::byte>(height >> 8);
+            file[at + 6] = static_cast<std::byte>(height);
+        }
+        at += 2 + size;
+        if (marker == startOfScan)
+            return at <= file.size() - 2 ? at : 0;
+    }
+    return 0;
+}
+
+std::vector<Buffer> encodeStripes(const JpegPicture &picture, std::atomic<bool> &isFailed)
+{
+    std::vector<Buffer> stripes((picture.height + stripeRows - 1) / stripeRows);
+    std::atomic<std::size_t> next = 0;
+    const auto work = [&]() noexcept {
+        std::vector<std::uint8_t> room;
+        try {
+            room.reserve(std::size_t{picture.width} * 4);
+        } catch (const std::bad_alloc &) {
+            isFailed = true;
+        }
+        for (std::size_t i = next++; i < stripes.size() && !isFailed; i = next++) {
+            const auto first = static_cast<std::uint32_t>(i * stripeRows);
+            unsigned char *bytes = nullptr;
+            if (!encodeStripe(
+                    picture, first, std::min(stripeRows, picture.height - first), &bytes, &stripes[i].size, room))
+                isFailed = true;
+            stripes[i].bytes.reset(bytes);
+        }
+    };
+    constexpr std::size_t mostThreads = 16;
+    const std::size_t count = std::min({stripes.size(), mostThreads, std::size_t{std::thread::hardware_concurrency()}});
+    std::vector<std::thread> threads;
+    try {
+        while (threads.size() + 1 < count)
+            threads.emplace_back(work);
+    } catch (const std::system_error &) {
+        // The threads that there are do it.
+    }
+    work();
+    for (std::thread &thread : threads)
+        thread.join();
+    return stripes;
 }
 
 } // namespace
 
-Data encodeJpeg(const MediaPicture &picture, int quality)
-{
-    if (picture.width <= 0 || picture.height <= 0)
-        return nullptr;
-    Encoder encoder{};
-    std::vector<JSAMPLE> row(static_cast<std::size_t>(picture.width) * rgb);
-    const bool isDone = encode(encoder, picture, quality, row);
-    jpeg_destroy_compress(&encoder.state);
-    const Data data = isDone ? Data(encoder.bytes, encoder.size) : Data();
-    std::free(encoder.bytes);
-    return data;
+std::vector<std::vector<std::byte>> encodeJpeg(const JpegPicture &picture) noexcept
+try {
+    if (!picture.pixels || picture.width == 0 || picture.height == 0 || picture.width > JPEG_MAX_DIMENSION
+        || picture.height > JPEG_MAX_DIMENSION)
+        return {};
+    std::atomic<bool> isFailed = false;
+    const std::vector<Buffer> stripes = encodeStripes(picture, isFailed);
+    std::vector<std::vector<std::byte>> parts;
+    for (std::size_t i = 0; i < stripes.size() && !isFailed; ++i) {
+        std::vector<std::byte> part(stripes[i].all().begin(), stripes[i].all().end());
+        const std::size_t scan = scanOffset(part, i == 0 ? picture.height : 0);
+        if (scan == 0)
+            return {};
+        part.resize(part.size() - 2);
+        if (i > 0)
+            part.erase(part.begin(), part.begin() + static_cast<std::ptrdiff_t>(scan));
+        const auto end = i + 1 < stripes.size() ? std::span(lastRestart) : std::span(endOfImage);
+        part.insert(part.end(), end.begin(), end.end());
+        parts.push_back(std::move(part));
+    }
+    return isFailed ? std::vector<std::vector<std::byte>>() : parts;
+} catch (const std::exception &) {
+    return {};
 }
 
 } // namespace kelvane::detail

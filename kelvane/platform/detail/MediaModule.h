@@ -60,10 +60,9 @@ struct MediaModule {
     const MediaFacts *(*indexFile)(const char *path);
     void (*releaseFacts)(const MediaFacts *facts);
 
-    /// What is in the file at `path`, as a picture: a frame of a film that is not black, or the first picture of an image
-    /// file (JPEG, PNG and those below); upright, scaled down to fit `maxWidth` by `maxHeight` (never up). Null where
-    /// there is nothing to see.
-    const MediaPicture *(*preview)(const char *path, std::int32_t maxWidth, std::int32_t maxHeight);
+    /// A frame of the video at `path` that is not black, upright, scaled down to fit `maxWidth` by `maxHeight` (never
+    /// up); null where there is no moving picture.
+    const MediaPicture *(*videoFrame)(const char *path, std::int32_t maxWidth, std::int32_t maxHeight);
     /// The first picture of a whole GIF, BMP, TIFF or WebP file in memory, in its own size and as it is stored (not
     /// turned); null where it is none of them, broken, or has more than `maxPixels` pixels.
     const MediaPicture *(*decodeImage)(const std::uint8_t *bytes, std::size_t size, std::int64_t maxPixels);

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <kelvane/platform/detail/DecoderModule.h>
+#include <kelvane/platform/detail/HeifContainer.h>
+#include <kelvane/platform/detail/HeifFile.h>
+
+#include "HevcPicture.h"
+#include "PixelLimit.h"
+#include "StockPicture.h"
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+
+namespace kelvane::decoder {
+namespace {
+
+using detail::DecodedPicture;
+using detail::HeifFile;
+
+bool isDerived(const HeifFile &file)
+{
+    return file.itemType == "iden" || file.itemType == "iovl";
+}
+
+// Whether the file is large enough for what it says it has in it.
+bool isBelievable(const HeifFile &file, std::uint64_t fileSize)
+{
+    const std::int64_t limit = pixelLimit(fileSize);
+    std::int64_t width = file.grid ? file.grid->width : file.storedWidth;
+    std::int64_t height = file.grid ? file.grid->height : file.storedHeight;
+    // What others are put together to has a size of its own, of which libheif looks at the longer side only.
+    if (isDerived(file))
+        width = height = std::max(width, height);
+    return width > 0 && height > 0 && width <= limit && height <= limit && width * height <= limit;
+}
+
+DecodedPicture *pictureOf(Canvas canvas, int rotation)
+{
+    if (!canvas.pixels)
+        return nullptr;
+    auto picture = std::make_unique<DecodedPicture>();
+    picture->width = canvas.width;
+    picture->height = canvas.height;
+    picture->bytesPerRow = static_cast<std::int32_t>(canvas.rowBytes());
+    picture->rotation = rotation;
+    picture->pixels = canvas.pixels.release();
+    return picture.release();
+}
+
+DecodedPicture *decode(const char *path)
+{
+    const auto container = detail::HeifContainer::open(std::string(path));
+    const auto file = container ? HeifFile::describe(*container) : std::nullopt;
+    if (!file || !isBelievable(*file, container->fileSize()))
+        return nullptr;
+    // A rotation is left to whoever shows the picture, if it is all that is to be done.
+    const bool isLeftAsStored = file->isOnlyTurned() && !isDerived(*file);
+    const int rotation = isLeftAsStored ? file->rotation : 0;
+    HevcPicture hevc(*container, *file);
+    if (Canvas canvas = hevc.decode(); canvas.pixels)
+        return pictureOf(
+            isLeftAsStored ? std::move(canvas) : transformed(std::move(canvas), file->transforms), rotation);
+    // Twice the picture for what it is derived from, and once for its alpha.
+    const std::int64_t mostPixels = 3 * pixelLimit(container->fileSize());
+    if (!hevc.isUnsupported() || !isBounded(container->items(), container->items().primary(), mostPixels)
+        || (file->hasAlpha && !isBounded(container->items(), file->alphaItem, mostPixels)))
+        return nullptr;
+    const std::uint32_t longest = std::max(file->storedWidth, file->storedHeight);
+    return pictureOf(decodeByStock(path, longest, isLeftAsStored), rotation);
+}
+
+} // namespace
+} // namespace kelvane::decoder
+
+extern "C" __attribute__((visibility("default"))) bool DecodeImageData(
+    const char *path, std::int32_t bytesPerPixel, kelvane::detail::DecodedPicture **picture)
+{
+    if (!picture)
+        return false;
+    *picture = nullptr;
+    if (!path || bytesPerPixel != kelvane::detail::decodedBytesPerPixel)
+        return false;
+    try {
+        *picture = kelvane::decoder::decode(path);
+    } catch (const std::exception &) {
+        // Memory or threads have ended: no picture.
+    }
+    return *picture != nullptr;
+}
+
+extern "C" __attribute__((visibility("default"))) void FreeImageData(kelvane::detail::DecodedPicture *picture)
+{
+    if (picture)
+        std::free(picture->pixels);
+    delete picture;
+}

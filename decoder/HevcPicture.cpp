@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "HevcPicture.h"
+
+#include "HevcStream.h"
+#include "Parallel.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+
+namespace kelvane::decoder {
+namespace {
+
+using detail::fourCharacters;
+using detail::HeifGrid;
+
+// A coded picture is filled up to whole blocks at its edges; no encoder's blocks are larger.
+constexpr std::int64_t blockSize = 64;
+
+std::int64_t mostPixelsFor(std::int64_t width, std::int64_t height)
+{
+    return (width + blockSize) * (height + blockSize);
+}
+
+// Paints in stripes, one thread on each.
+template <class Paint>
+void inStripes(int rows, Paint &&paint)
+{
+    constexpr int stripe = 64;
+    std::atomic<int> next = 0;
+    onThreads(std::min(coreCount(), std::max(1, rows / 256)), [&] {
+        for (int first = next.fetch_add(stripe); first < rows; first = next.fetch_add(stripe))
+            paint(first, std::min(first + stripe, rows));
+    });
+}
+
+} // namespace
+
+// The tiles of a grid, taken by several threads one after the other.
+class HevcPicture::Tiles {
+public:
+    Tiles(const detail::HeifItems &items, const std::optional<detail::HeifColour> &colour, const HeifGrid &shape,
+        std::vector<std::uint32_t> tiles, ItemSize tileSize, const Canvas &canvas)
+        : _items(items),
+          _colour(colour),
+          _grid(shape),
+          _tiles(std::move(tiles)),
+          _size(tileSize),
+          _canvas(canvas)
+    {
+    }
+
+    [[nodiscard]] HevcDecoder::Outcome decode()
+    {
+        const auto most = std::min<std::size_t>(static_cast<std::size_t>(coreCount()), _tiles.size());
+        onThreads(static_cast<int>(most), [this] {
+            try {
+                work();
+            } catch (const std::exception &) {
+                _outcome = HevcDecoder::Outcome::damaged; // memory has ended
+            }
+        });
+        return _outcome;
+    }
+
+private:
+    void work()
+    {
+        HevcDecoder decoder(1);
+        for (std::size_t i = _next++; i < _tiles.size(); i = _next++) {
+            const HevcDecoder::Outcome outcome = decodeTile(i, decoder);
+            if (outcome != HevcDecoder::Outcome::decoded)
+                _outcome = outcome;
+            if (_outcome != HevcDecoder::Outcome::decoded)
+                return;
+        }
+    }
+
+    HevcDecoder::Outcome decodeTile(std::size_t index, HevcDecoder &decoder) const
+    {
+        auto stream = readHevcStream(_items, _tiles[index]);
+        if (!stream)
+            return HevcDecoder::Outcome::damaged;
+        const auto outcome = decoder.decode(std::move(stream->units), mostPixelsFor(_size.width, _size.height));
+        if (outcome != HevcDecoder::Outcome::decoded)
+            return outcome;
+        const HevcPlanes &planes = decoder.planes();
+        const Place place = placeOf(index);
+        if (planes.width < place.width || planes.height < place.height)
+            return HevcDecoder::Outcome::damaged;
+        if (_canvas.bytesPerPixel == 4)
+            paintColour(planes, stream->colour ? stream->colour : _colour, _canvas, place, 0, place.height);
+        else
+            paintAlpha(planes, _canvas, place, 0, place.height);
+        return outcome;
+    }
+
+    // Tiles may reach over the right and lower edge.
+    [[nodiscard]] Place placeOf(std::size_t index) const
+    {
+        Place place;
+        place.x = static_cast<int>(index % _grid.columns * _size.width);
+        place.y = static_cast<int>(index / _grid.columns * _size.height);
+        place.width = std::min(static_cast<int>(_size.width), _canvas.width - place.x);
+        place.height = std::min(static_cast<int>(_size.height), _canvas.height - place.y);
+        return place;
+    }
+
+    const detail::HeifItems &_items;
+    const std::optional<detail::HeifColour> &_colour;
+    const HeifGrid &_grid;
+    const std::vector<std::uint32_t> _tiles;
+    const ItemSize _size;
+    const Canvas &_canvas;
+    std::atomic<std::size_t> _next = 0;
+    std::atomic<HevcDecoder::Outcome> _outcome = HevcDecoder::Outcome::decoded;
+};
+
+HevcPicture::HevcPicture(const detail::HeifContainer &container, const detail::HeifFile &file)
+    : _items(container.items()),
+      _file(file)
+{
+}
+
+bool HevcPicture::isHevc(std::uint32_t item) const
+{
+    const std::uint32_t type = _items.typeOf(item);
+    return type == fourCharacters("hvc1") || type == fourCharacters("hev1");
+}
+
+Canvas HevcPicture::decode()
+{
+    const std::uint32_t width = _file.grid ? _file.grid->width : _file.storedWidth;
+    const std::uint32_t height = _file.grid ? _file.grid->height : _file.storedHeight;
+    Canvas canvas(static_cast<int>(width), static_cast<int>(height), 4);
+    if (!canvas.pixels || !decodeItem(_items.primary(), canvas))
+        return {};
+    if (_file.hasAlpha && !addAlpha(canvas))
+        return {};
+    return canvas;
+}
+
+bool HevcPicture::decodeItem(std::uint32_t item, const Canvas &canvas)
+{
+    if (isHevc(item))
+        return decodeSingle(item, canvas);
+    if (_items.typeOf(item) == fourCharacters("grid"))
+        return decodeGrid(item, canvas);
+    _isUnsupported = true;
+    return false;
+}
+
+bool HevcPicture::decodeSingle(std::uint32_t item, const Canvas &canvas)
+{
+    auto stream = readHevcStream(_items, item);
+    if (!stream)
+        return false;
+    HevcDecoder decoder(coreCount());
+    const auto outcome = decoder.decode(std::move(stream->units), mostPixelsFor(canvas.width, canvas.height));
+    _isUnsupported = outcome == HevcDecoder::Outcome::unsupported;
+    const HevcPlanes &planes = decoder.planes();
+    if (outcome != HevcDecoder::Outcome::decoded || planes.width < canvas.width || planes.height < canvas.height)
+        return false;
+    const Place place{0, 0, canvas.width, canvas.height};
+    inStripes(canvas.height, [&](int first, int end) {
+        if (canvas.bytesPerPixel == 4)
+            paintColour(planes, _file.colour, canvas, place, first, end);
+        else
+            paintAlpha(planes, canvas, place, first, end);
+    });
+    return true;
+}
+
+bool HevcPicture::decodeGrid(std::uint32_t item, const Canvas &canvas)
+{
+    const auto grid = detail::readHeifGrid(_items, item);
+    std::vector<std::uint32_t> tiles = _items.referencesOf(item, fourCharacters("dimg"));
+    if (!grid || tiles.size() != std::size_t{grid->rows} * grid->columns)
+        return false;
+    if (!isHevc(tiles.front())) {
+        _isUnsupported = true;
+        return false;
+    }
+    const ItemSize size = sizeOf(_items, tiles.front());
+    const std::uint64_t width = std::uint64_t{size.width} * grid->columns;
+    const std::uint64_t height = std::uint64_t{size.height} * grid->rows;
+    // Tiles cover the picture, and none lies wholly outside: that is also what bounds the work.
+    const auto canvasWidth = static_cast<std::uint64_t>(canvas.width);
+    const auto canvasHeight = static_cast<std::uint64_t>(canvas.height);
+    if (width < canvasWidth || height < canvasHeight || width - size.width >= canvasWidth
+        || height - size.height >= canvasHeight)
+        return false;
+    const auto outcome = Tiles(_items, _file.colour, *grid, std::move(tiles), size, canvas).decode();
+    _isUnsupported = outcome == HevcDecoder::Outcome::unsupported;
+    return outcome == HevcDecoder::Outcome::decoded;
+}
+
+bool HevcPicture::addAlpha(const Canvas &canvas)
+{
+    const auto size = sizeOf(_items, _file.alphaItem);
+    // Larger than the picture it would say nothing more.
+    if (size.width == 0 || size.height == 0 || size.width > static_cast<std::uint32_t>(canvas.width)
+        || size.height > static_cast<std::uint32_t>(canvas.height))
+        return false;
+    const Canvas alpha(static_cast<int>(size.width), static_cast<int>(size.height), 1);
+    if (!alpha.pixels || !decodeItem(_file.alphaItem, alpha))
+        return false;
+    inStripes(canvas.height, [&](int first, int end) { applyAlpha(canvas, alpha, _file.isPremultiplied, first, end); });
+    return true;
+}
+
+} // namespace kelvane::decoder

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "DecoderLibrary.h"
+
+#include <kelvane/common/Utils.h>
+#include <kelvane/platform/Bundle.h>
+
+#include <dlfcn.h>
+
+namespace kelvane::detail {
+
+DecoderLibrary &DecoderLibrary::shared()
+{
+    static DecoderLibrary &instance = *new DecoderLibrary; // never destroyed: the module stays loaded, too
+    return instance;
+}
+
+DecoderLibrary::State DecoderLibrary::load()
+{
+    const std::lock_guard lock(_mutex);
+    if (_handle)
+        return State::loaded;
+    String path = String::concat({Bundle::mainBundle().bundlePath().view(), "/", decoderModuleName});
+    if (!Utils::fileExsit(path))
+        path = String::concat({Bundle::libraryBundle().bundlePath().view(), "/kelvane/", decoderModuleName});
+    if (!Utils::fileExsit(path))
+        return State::missing;
+    _handle = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
+    return _handle ? State::loaded : State::notLoadable;
+}
+
+std::optional<DecoderLibrary::Functions> DecoderLibrary::functions() const
+{
+    const std::lock_guard lock(_mutex);
+    ::dlerror();
+    const Functions functions{reinterpret_cast<DecodeImageData>(::dlsym(_handle, decodeImageDataName)),
+        reinterpret_cast<FreeImageData>(::dlsym(_handle, freeImageDataName))};
+    return ::dlerror() || !functions.decode || !functions.free ? std::nullopt : std::optional(functions);
+}
+
+void DecoderLibrary::close() noexcept
+{
+    const std::lock_guard lock(_mutex);
+    if (_handle)
+        ::dlclose(_handle);
+}
+
+} // namespace kelvane::detail

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "PhotoConversion.h"
+
+#include "ExitCode.h"
+#include "Text.h"
+
+#include <kelvane/media/HeicConverter.h>
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kelvane::tool {
+namespace {
+
+// The converter tells by its log alone what went wrong; these are the reasons that can be seen without it.
+std::string reasonFor(const std::string &source, const std::string &target)
+{
+    if (::access(source.c_str(), R_OK) != 0)
+        return reasonText(errno);
+    if (!HeicConverter::isHeic(source))
+        return "it is no HEIC photo";
+    const auto slash = target.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : target.substr(0, slash + 1);
+    if (::access(folder.c_str(), W_OK) != 0)
+        return "cannot write to " + inQuotes(folder) + ": " + reasonText(errno);
+    return "it is damaged, or the decoder module libheif.dylib is missing";
+}
+
+} // namespace
+
+bool isConvertible(const std::string &path, const MediaFormat &format)
+{
+    return format.family == "heif" && HeicConverter::isHeic(path);
+}
+
+bool isConversion(const std::string &source, const std::string &target)
+{
+    return lowerExtension(target) == "jpg" && HeicConverter::isHeic(source);
+}
+
+void convertPhoto(const std::string &source, const std::string &target)
+{
+    if (!HeicConverter::convertHeicToJPG(source, target))
+        throw ItemError("it cannot be converted to JPEG: " + reasonFor(source, target));
+}
+
+} // namespace kelvane::tool
