@@ -42,7 +42,10 @@ FileDescriptor makeFile(const std::string &stem, const std::string &extension, s
 {
     constexpr int mostNames = 10000;
     for (int i = 1; i <= mostNames; ++i) {
-        path = stem + (i == 1 ? "" : ' ' + std::to_string(i)) + extension;
+        path = stem;
+        if (i > 1)
+            path.append(" ").append(std::to_string(i));
+        path += extension;
         FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
         if (file.isOpen())
             return file;
