@@ -27,7 +27,7 @@ std::string big(std::uint64_t number, int bytes)
 {
     std::string text;
     while (bytes-- > 0)
-        text += static_cast<char>(static_cast<unsigned char>(number >> (8 * bytes)));
+        text += static_cast<char>(static_cast<unsigned char>(bytes < 8 ? number >> (8 * bytes) : 0));
     return text;
 }
 
