@@ -27,6 +27,10 @@
 #include <kelvane/platform/FileMetadataIndex.h>
 #include <kelvane/platform/FMDatabase.h>
 #include <kelvane/platform/FMResultSet.h>
+#include <kelvane/platform/Image.h>
+#include <kelvane/platform/ImageDestination.h>
+#include <kelvane/platform/ImageFormat.h>
+#include <kelvane/platform/ImageSource.h>
 #include <kelvane/platform/LogLevel.h>
 #include <kelvane/platform/Monitor.h>
 #include <kelvane/platform/Operation.h>
@@ -42,6 +46,7 @@
 #include <kelvane/platform/SystemVersion.h>
 #include <kelvane/platform/TypeIdentifier.h>
 #include <kelvane/platform/TypeTag.h>
+#include <kelvane/platform/Thumbnail.h>
 #include <kelvane/platform/Uuid.h>
 #include <kelvane/platform/ZenLogger.h>
 

@@ -4,10 +4,13 @@
 #include <kelvane/foundation/Array.h>
 #include <kelvane/foundation/Data.h>
 #include <kelvane/foundation/Date.h>
+#include <kelvane/foundation/Dictionary.h>
 #include <kelvane/foundation/Export.h>
+#include <kelvane/foundation/Size.h>
 #include <kelvane/foundation/String.h>
 #include <kelvane/foundation/Value.h>
 #include <kelvane/platform/CalendarDate.h>
+#include <kelvane/platform/Image.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -29,7 +32,7 @@ inline constexpr std::string_view kImageCaptureDistributedNotifaction = "ImageCa
 [[nodiscard]] KELVANE_EXPORT bool CharInArray(char character, std::string_view characters) noexcept;
 
 /// The toolbox: files and folders by the library's own naming rules, dates in the epochs that media libraries use,
-/// random names and ids, the system's version and shell commands.
+/// random names and ids, pictures and their capture dates, the system's version and shell commands.
 ///
 /// Paths are any bytes, a '%' is nothing special; symbolic links are followed where a file is asked about. A path that
 /// is null, empty or holds a NUL leads to nothing.
@@ -180,6 +183,31 @@ public:
     /// The same form of number from the generator of the C library, which is given a new random seed. It may come
     /// again, and everything else that uses that generator sees the seed.
     [[nodiscard]] static std::int64_t generateRandomLongId1();
+
+    // Images
+
+    /// Writes a JPEG file of quality 0.8, beside its place and renamed. False where one of the two is null, or where no
+    /// file can be made in the folder, which the system's log is told. Whatever becomes of the write itself: true; whoever
+    /// must know uses an ImageDestination. @selector saveJpgImage:path:
+    static bool saveJpgImage(const Image &image, const String &path);
+    /// The same of a PNG file. @selector savePngImage:path:
+    static bool savePngImage(const Image &image, const String &path);
+    /// The first picture of a file, null where it cannot be decoded (see Image::fromFile()).
+    /// @selector createCGImageRefFromFile:
+    [[nodiscard]] static Image createCGImageRefFromFile(const String &path);
+    /// The first picture of a whole file in memory. @selector createCGImageRefFromData:
+    [[nodiscard]] static Image createCGImageRefFromData(const Data &data);
+    /// Size in pixels of the first picture as its headers have it, each 0 where they do not. A file that cannot be read
+    /// or is no picture gives one error line and zeros. @selector getImageSizeFromPath:
+    [[nodiscard]] static Size getImageSizeFromPath(const String &path);
+    /// Size in pixels of the first picture decoded, zeros where it cannot be. @selector getImageSizeFromData:
+    [[nodiscard]] static Size getImageSizeFromData(const Data &data);
+    /// The "{Exif}" values of the first picture (see ImageSource::properties()); null where it has none, there is no file,
+    /// or it is no picture, which gives one error line. @selector getExifInfo:
+    [[nodiscard]] static Dictionary getExifInfo(const String &path);
+    /// When the photo was taken, else digitised, by its EXIF, in local time; null where that has no such date or not in
+    /// the form of one. Of a file without EXIF: createTime(). @selector photoExifCreateDate:
+    [[nodiscard]] static Date photoExifCreateDate(const String &path);
 
     // System
 

@@ -5,6 +5,7 @@
 #include <kelvane/common/Utils.h>
 #include <kelvane/platform/FileMetadataIndex.h>
 #include <kelvane/platform/Paths.h>
+#include <kelvane/platform/Thumbnail.h>
 
 #include "detail/CalendarDate.h"
 #include "detail/TemporaryFiles.h"
@@ -373,9 +374,10 @@ std::vector<String> Mediadata::artworks() const
     return paths;
 }
 
-bool Mediadata::saveThumbnail(const String &) const
+bool Mediadata::saveThumbnail(const String &jpegPath) const
 {
-    return false;
+    const Data jpeg = Thumbnail::jpegOfFile(_filePath);
+    return !jpeg.isNull() && detail::writeFile(jpegPath, jpeg);
 }
 
 } // namespace kelvane

@@ -160,7 +160,7 @@ protected:
     /// The index's properties of the file at `filePath`, null where there is no index. Asked by loadMediaData().
     [[nodiscard]] virtual Dictionary indexProperties() const;
     /// Renders the file at `filePath` into a JPEG of at most 512 by 512 pixels at `jpegPath`; false where that is not
-    /// possible. The base class has no renderer and returns false.
+    /// possible. Asked by artworks().
     [[nodiscard]] virtual bool saveThumbnail(const String &jpegPath) const;
 
 private:

@@ -19,7 +19,9 @@ struct AudioMetadata::Private {
     String path;
     std::array<Value, tagKeyCount> values;
     std::bitset<tagKeyCount> changed;
-    std::vector<AttachedPicture> pictures;
+    // Shares the tag library's bytes: most who open a file do not ask for its pictures, the largest part of its tags.
+    std::vector<TagLib::ByteVector> pictures;
+    std::vector<AttachedPicture> attachedPictures; // made of `pictures` when they are asked for
     Value duration;
     Value bitrate;
     Value sampleRate;
@@ -296,9 +298,11 @@ const Value &AudioMetadata::GetChannelsPerFrame() const noexcept
     return d->channels;
 }
 
-const std::vector<AttachedPicture> &AudioMetadata::GetAttachedPictures() const noexcept
+const std::vector<AttachedPicture> &AudioMetadata::GetAttachedPictures() const
 {
-    return d->pictures;
+    for (std::size_t i = d->attachedPictures.size(); i < d->pictures.size(); ++i)
+        d->attachedPictures.emplace_back(detail::toData(d->pictures[i]));
+    return d->attachedPictures;
 }
 
 } // namespace kelvane

@@ -151,7 +151,7 @@ public:
     [[nodiscard]] const Value &GetChannelsPerFrame() const noexcept;
 
     /// The pictures in the order of the file. To know whether a file has a cover, ask here: nothing is written.
-    [[nodiscard]] const std::vector<AttachedPicture> &GetAttachedPictures() const noexcept;
+    [[nodiscard]] const std::vector<AttachedPicture> &GetAttachedPictures() const;
 
 private:
     struct Private;

@@ -7,12 +7,17 @@
 
 namespace kelvane {
 
-/// The system's file-metadata index: what it knows of a file without the file being opened, under names such as
-/// "kMDItemTitle" (text), "kMDItemDurationSeconds" (number), "kMDItemContentCreationDate" (date) and
-/// "kMDItemMediaTypes" (list of texts).
+/// What the system knows of a file, under the names of its file-metadata index: "kMDItemTitle" (text),
+/// "kMDItemDurationSeconds" (number), "kMDItemContentCreationDate" (date), "kMDItemMediaTypes" (list of texts: "Sound",
+/// "Video"; a cover is no "Video") and the like.
+///
+/// Where the system has no index of its own, the file's header is read through libkelvane-media.so, a module beside
+/// the program or the library that is loaded by the first question. Without the module there is no index.
 ///
 /// Threads: any.
-/// Errors: a missing index, an unknown file and a tool that fails all give a null dictionary.
+/// Errors: a missing index, an unknown file and a tool that fails all give a null dictionary. A broken file has only the
+/// properties that the file system knows: its name, size and dates. Whatever a file holds, reading it takes bounded
+/// time and memory, and opens no other file.
 class KELVANE_EXPORT FileMetadataIndex {
 public:
     /// Where systems that have the index keep the tool that reads it.
@@ -20,10 +25,11 @@ public:
 
     FileMetadataIndex() = delete;
 
-    /// The properties of the file at `path`. Runs `tool` with the path, "-plist" and the path of a new file in the
-    /// temporary folder, waits for it however it ends, and reads the property list that it left there.
+    /// The properties of the file at `path`. Where `tool` exists, it is run with the path, "-plist" and the path of a new
+    /// file in the temporary folder, waited for however it ends, and the property list that it left there is read.
+    /// Where it does not, the module is asked.
     ///
-    /// Intended: that file is not removed; people look at it to see what the index said.
+    /// Intended: the file that the tool wrote is not removed; people look at it to see what the index said.
     [[nodiscard]] static Dictionary propertiesOfFile(const String &path, const String &tool = systemTool);
 };
 

@@ -41,7 +41,7 @@ TEST_F(DeviceLibrary, CarriesAVersionAndAnApplicationId)
 {
     sync();
     const std::string header = read(libraryPath()).substr(0, 100);
-    EXPECT_EQ(header.substr(60, 4), std::string("\0\0\0\1", 4));
+    EXPECT_EQ(header.substr(60, 4), std::string("\0\0\0\2", 4));
     EXPECT_EQ(header.substr(68, 4), "KLVN");
 }
 
@@ -56,8 +56,8 @@ TEST_F(DeviceLibrary, IsOnePlainFileAfterASync)
 TEST_F(DeviceLibrary, OfALaterVersionIsRefusedAndLeftAlone)
 {
     sync();
-    execute("PRAGMA user_version = 2");
-    expectRefused("its version is 2, this program knows versions up to 1");
+    execute("PRAGMA user_version = 3");
+    expectRefused("its version is 3, this program knows versions up to 2");
 }
 
 TEST_F(DeviceLibrary, OfAnotherApplicationIsRefusedAndLeftAlone)

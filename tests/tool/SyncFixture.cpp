@@ -92,7 +92,8 @@ std::vector<std::string> SyncFixture::deviceFiles() const
     std::vector<std::string> files;
     for (const auto &entry : fs::recursive_directory_iterator(device())) {
         const std::string name = fs::relative(entry.path(), device()).string();
-        if (!entry.is_directory() && name != ".kelvane/library.sqlite" && name != ".kelvane/lock")
+        if (!entry.is_directory() && name != ".kelvane/library.sqlite" && name != ".kelvane/lock"
+            && !name.starts_with(".kelvane/artwork/"))
             files.push_back(name);
     }
     std::sort(files.begin(), files.end());

@@ -42,7 +42,7 @@ protected:
     [[nodiscard]] Json summaryOfSync(std::vector<std::string> options = {}) const;
     /// The device's library, source by source.
     [[nodiscard]] std::map<std::string, Json> library() const;
-    /// All files of the device but those of the library itself, relative to it.
+    /// All files of the device but those of the library itself and the pictures of its items, relative to it.
     [[nodiscard]] std::vector<std::string> deviceFiles() const;
     /// Every file in the sources has one row and one identical copy; nothing else is on the device.
     void expectComplete() const;

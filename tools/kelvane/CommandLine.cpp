@@ -32,6 +32,7 @@ std::vector<Command> defineCommands(CLI::App &application)
         defineSyncCommand(application),
         defineListCommand(application),
         defineInfoCommand(application),
+        defineArtworkCommand(application),
         defineHeicToJpegCommand(application),
         defineTypesCommand(application),
         defineRunCommand(application),

@@ -38,6 +38,7 @@ ExitCode runCommandLine(int argc, char **argv);
 // The commands, each in the file named after it.
 Command defineSyncCommand(CLI::App &application);
 Command defineInfoCommand(CLI::App &application);
+Command defineArtworkCommand(CLI::App &application);
 Command defineListCommand(CLI::App &application);
 Command defineRunCommand(CLI::App &application);
 Command defineHeicToJpegCommand(CLI::App &application);

@@ -147,7 +147,7 @@ void DeviceFolder::removeFile(const std::string &relative)
         throw ItemError("cannot remove " + inQuotes(relative) + " of the device: " + reasonText(errno));
 }
 
-void DeviceFolder::emptyFolder(const std::string &relative)
+std::vector<std::string> DeviceFolder::namesIn(const std::string &relative)
 {
     int folder = -1;
     {
@@ -155,15 +155,32 @@ void DeviceFolder::emptyFolder(const std::string &relative)
         folder = openFolder(relative);
     }
     if (folder < 0)
-        return;
+        return {};
     // Reading a folder moves the position in it, so that the number kept for paths is not used for that.
     const int reader = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, int (*)(DIR *)> open(reader < 0 ? nullptr : ::fdopendir(reader), ::closedir);
     if (!open)
         failFolder(relative, errno);
+    std::vector<std::string> names;
     while (const dirent *entry = ::readdir(open.get()))
         if (const std::string name = entry->d_name; name != "." && name != "..")
-            ::unlinkat(folder, name.c_str(), 0);
+            names.push_back(name);
+    return names;
+}
+
+std::vector<std::string> DeviceFolder::filesIn(const std::string &relative)
+{
+    std::vector<std::string> names = namesIn(relative);
+    std::erase_if(names, [&](const std::string &name) { return !stampOf(relative + '/' + name); });
+    return names;
+}
+
+void DeviceFolder::emptyFolder(const std::string &relative)
+{
+    for (const std::string &name : namesIn(relative)) {
+        const Place place = placeOf(relative + '/' + name);
+        ::unlinkat(place.folder, place.name.c_str(), 0);
+    }
 }
 
 FileDescriptor DeviceFolder::openFile(const std::string &relative)

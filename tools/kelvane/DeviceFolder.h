@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kelvane::tool {
 
@@ -40,6 +41,8 @@ public:
     [[nodiscard]] bool publish(const std::string &from, const std::string &to);
     /// Removes a file; one that is not there is no error.
     void removeFile(const std::string &relative);
+    /// The names of the regular files directly in a folder; none where it is missing.
+    [[nodiscard]] std::vector<std::string> filesIn(const std::string &relative);
     /// Removes all files directly in a folder.
     void emptyFolder(const std::string &relative);
     /// Opens a file for reading.
@@ -55,6 +58,8 @@ private:
     /// The folder of a path, open. Negative number where it does not exist.
     [[nodiscard]] Place placeOf(const std::string &relative);
     [[nodiscard]] int openFolder(const std::string &relative);
+    /// The names of all that is directly in a folder.
+    [[nodiscard]] std::vector<std::string> namesIn(const std::string &relative);
 
     std::string _path;
     FileDescriptor _root;

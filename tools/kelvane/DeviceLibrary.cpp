@@ -134,6 +134,7 @@ Array DeviceLibrary::rows(const std::string &sql)
 
 void DeviceLibrary::beginWriting()
 {
+    upgrade();
     const std::lock_guard guard(_mutex);
     execute("PRAGMA journal_mode = WAL");
     execute("PRAGMA synchronous = NORMAL");
@@ -221,6 +222,36 @@ std::vector<DeviceLibrary::Removal> DeviceLibrary::removals()
         removals.push_back({row["devicePath"].string().str(), stampOfRow(row, "size", "modifiedNs")});
     }
     return removals;
+}
+
+std::vector<DeviceLibrary::ItemArtwork> DeviceLibrary::artworks()
+{
+    std::vector<ItemArtwork> artworks;
+    for (const Value &value : rows("SELECT devicePath, devArtworkPath FROM media")) {
+        const Dictionary row = value.dictionary();
+        const String path = row["devArtworkPath"].string();
+        artworks.push_back({row["devicePath"].string().str(), path.isNull() ? "" : path.str(), !path.isNull()});
+    }
+    return artworks;
+}
+
+void DeviceLibrary::setArtwork(const std::string &devicePath, const std::string &artworkPath)
+{
+    transaction([&] {
+        execute("UPDATE media SET devArtworkPath = ? WHERE devicePath = ?", {String(artworkPath), String(devicePath)});
+    });
+}
+
+void DeviceLibrary::upgrade()
+{
+    const Array version = rows("PRAGMA user_version");
+    const std::int32_t from = version.isEmpty() ? 0 : version[0].dictionary()["user_version"].intValue();
+    const std::vector<std::string> statements = LibrarySchema::upgradeStatements(from);
+    if (!statements.empty())
+        transaction([&] {
+            for (const std::string &statement : statements)
+                execute(statement);
+        });
 }
 
 void DeviceLibrary::dropRemoval(const std::string &devicePath)

@@ -38,6 +38,12 @@ public:
         std::string devicePath;
         FileStamp stamp;
     };
+    /// The picture of the item whose file is at `devicePath`.
+    struct ItemArtwork {
+        std::string devicePath;
+        std::string artworkPath; // "" for none
+        bool isKnown; // false where nobody has looked for one yet
+    };
 
     static constexpr const char *folder = ".kelvane";
     static constexpr const char *fileName = ".kelvane/library.sqlite";
@@ -51,7 +57,8 @@ public:
     DeviceLibrary &operator=(const DeviceLibrary &) = delete;
     ~DeviceLibrary() = default;
 
-    /// Prepares for writing: changes go to a log that is fast to append to.
+    /// Prepares for writing: a library of an earlier version becomes one of this; changes go to a log that is fast to
+    /// append to.
     void beginWriting();
     /// Brings everything to the device and leaves one plain file, which a read-only mount can be asked about too.
     void endWriting();
@@ -72,7 +79,12 @@ public:
     [[nodiscard]] std::vector<Removal> removals();
     void dropRemoval(const std::string &devicePath);
 
+    /// The pictures of all items.
+    [[nodiscard]] std::vector<ItemArtwork> artworks();
+    void setArtwork(const std::string &devicePath, const std::string &artworkPath);
+
 private:
+    void upgrade();
     void execute(const std::string &sql, const Array &values = nullptr);
     void transaction(const std::function<void()> &changes);
     [[nodiscard]] Array rows(const std::string &sql);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "DeviceRepair.h"
 
+#include "ArtworkStore.h"
 #include "ExitCode.h"
 #include "FileCompare.h"
 #include "MediaReader.h"
@@ -25,6 +26,7 @@ void DeviceRepair::settle()
         _library.dropTransfers(dead);
     for (const DeviceLibrary::Removal &removal : _library.removals())
         finishRemoval(removal);
+    ArtworkStore(_device, _library).settle();
 }
 
 // A file gets its name when it is complete. So one that stands at the end of a transfer is our whole copy, which only
@@ -46,7 +48,9 @@ void DeviceRepair::adopt(const DeviceLibrary::Transfer &transfer, const FileStam
     const MediaFormat *format = formatOfExtension(lowerExtension(copy));
     if (!format)
         return;
-    record.media = readMedia(record.source, *format, copy);
+    const MediaContent content = readMedia(record.source, *format, copy);
+    record.media = content.media;
+    record.media->setDevArtworkPath(ArtworkStore(_device, _library).put(content.artwork));
     _library.save(record);
 }
 

@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 
 #include "FileDescriptor.h"
+#include "IndexFacts.h"
 #include "JsonText.h"
 #include "Text.h"
 
@@ -74,6 +75,8 @@ void printJson(const std::string &path, const Mediadata &metadata)
         json[property.name] = jsonValue(property.read(metadata));
     json["isExistArtwork"] = artworkCount > 0;
     json["artworkCount"] = artworkCount;
+    for (const Fact &fact : indexFacts(path))
+        json[fact.name] = jsonValue(fact.value);
     printJsonLine(json);
 }
 
@@ -81,6 +84,12 @@ std::string readable(const Value &value)
 {
     if (const Date *date = value.getIf<Date>())
         return date->toIso8601().str();
+    if (const Array *list = value.getIf<Array>()) {
+        std::string text;
+        for (const Value &element : *list)
+            text += (text.empty() ? "" : ", ") + readable(element);
+        return text;
+    }
     return printable(value.stringValue().view());
 }
 
@@ -95,6 +104,8 @@ void printListing(const std::string &path, const Mediadata &metadata)
     for (const Property &property : properties)
         print(property.name, readable(property.read(metadata)));
     print("artworkCount", std::to_string(artworkCountOf(metadata)));
+    for (const Fact &fact : indexFacts(path))
+        print(fact.name, readable(fact.value));
 }
 
 void showFile(const std::string &path, bool isJson)

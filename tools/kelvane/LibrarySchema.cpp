@@ -8,6 +8,7 @@
 namespace kelvane::tool::LibrarySchema {
 namespace {
 
+constexpr const char *artworkIndex = "CREATE INDEX media_artwork ON media(devArtworkPath)";
 constexpr const char *ownColumns = "source, sourceSize, sourceModifiedNs, devicePath, deviceSize, deviceModifiedNs";
 
 // The row's number is the record's Id; objects in memory have no place in a database.
@@ -76,8 +77,15 @@ std::vector<std::string> statements()
     return {media, transfer, removal, "CREATE TRIGGER media_added AFTER INSERT ON media BEGIN " + endTransfer + "END",
         "CREATE TRIGGER media_moved AFTER UPDATE OF devicePath ON media WHEN OLD.devicePath <> NEW.devicePath BEGIN "
             + endTransfer + beginRemoval + "END",
-        "CREATE TRIGGER media_removed AFTER DELETE ON media BEGIN " + beginRemoval + "END",
+        "CREATE TRIGGER media_removed AFTER DELETE ON media BEGIN " + beginRemoval + "END", artworkIndex,
         "PRAGMA application_id = " + std::to_string(applicationId), "PRAGMA user_version = " + std::to_string(version)};
+}
+
+std::vector<std::string> upgradeStatements(std::int32_t fromVersion)
+{
+    if (fromVersion >= version)
+        return {};
+    return {artworkIndex, "PRAGMA user_version = " + std::to_string(version)};
 }
 
 const std::string &saveStatement()

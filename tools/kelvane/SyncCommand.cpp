@@ -110,7 +110,7 @@ SyncSummary SyncCommand::dryRun(DeviceFolder &device)
 // All of the folders are checked before anything is made: a link among them is refused.
 void SyncCommand::prepare(DeviceFolder &device)
 {
-    for (const char *folder : {"Music", "Photos", DeviceRepair::incomingFolder})
+    for (const char *folder : {"Music", "Photos", DeviceRepair::incomingFolder, ArtworkStore::folder})
         device.checkFolder(folder);
     device.makeFolder(DeviceRepair::incomingFolder);
 }

@@ -84,7 +84,9 @@ void SyncWork::copyItem(AsyncTaskIOS &task, SyncItem &item)
     SyncRecord &record = *item.record();
     enterStep(task, "read");
     requireUnchanged(record);
-    record.media = readMedia(record.source, *record.format);
+    const MediaContent content = readMedia(record.source, *record.format);
+    record.media = content.media;
+    record.media->setDevArtworkPath(_artwork.put(content.artwork));
 
     enterStep(task, "copy");
     requireRunning(task);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ArtworkStore.h"
 #include "DeviceRepair.h"
 #include "TargetNames.h"
 
@@ -11,7 +12,7 @@
 
 namespace kelvane::tool {
 
-/// The work of the task of one item: reads the file's tags, copies it, records it; or removes it.
+/// The work of the task of one item: reads the file's tags and picture, copies it, records it; or removes it.
 ///
 /// A new file goes into a hidden folder of the device first and gets its name when it is whole and on the disk. Then
 /// its row is written; the old file of a changed item goes last. Wherever this ends, DeviceRepair finds what there is.
@@ -23,6 +24,7 @@ public:
         : _device(device),
           _library(library),
           _repair(device, library),
+          _artwork(device, library),
           _names(names),
           _verifies(verifies)
     {
@@ -44,6 +46,7 @@ private:
     DeviceFolder &_device;
     DeviceLibrary &_library;
     DeviceRepair _repair;
+    ArtworkStore _artwork;
     TargetNames &_names;
     const bool _verifies;
     std::atomic<std::uint64_t> _stagedCount{0};

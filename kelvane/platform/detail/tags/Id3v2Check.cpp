@@ -30,13 +30,33 @@ Frame frameAt(std::string_view bytes, int version)
     return {size, (byte(9) & (version >= 4 ? 0x08 : 0x80)) != 0};
 }
 
+constexpr std::size_t nameSize = 4;
+
+/// Whether "CHAP" or "CTOC" may begin among the first `count` of `bytes`, of which there are three more. Does without
+/// branches, so that the compiler looks at many bytes at once: most of what is searched is a picture.
+bool mayNameChapter(const char *bytes, std::size_t count)
+{
+    unsigned char found = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        found |= static_cast<unsigned char>((bytes[i] == 'C') & ((bytes[i + 1] == 'H') | (bytes[i + 1] == 'T'))
+            & ((bytes[i + 3] == 'P') | (bytes[i + 3] == 'C')));
+    return found != 0;
+}
+
 /// Chapters may hide in one another at any depth, so their names are looked for everywhere.
 bool hasSafeChapters(std::string_view body, int version)
 {
+    constexpr std::size_t step = 4096;
     int count = 0;
-    for (const std::string_view name : {"CHAP", "CTOC"}) {
-        for (auto at = body.find(name); at != std::string_view::npos; at = body.find(name, at + 1)) {
-            const bool isCompressed = body.size() - at >= frameHeader && frameAt(body.substr(at), version).isCompressed;
+    for (std::size_t start = 0; start + nameSize <= body.size(); start += step) {
+        const std::size_t positions = std::min(step, body.size() - start - nameSize + 1);
+        if (!mayNameChapter(body.data() + start, positions))
+            continue;
+        for (std::size_t at = start; at < start + positions; ++at) {
+            const std::string_view rest = body.substr(at);
+            if (!rest.starts_with("CHAP") && !rest.starts_with("CTOC"))
+                continue;
+            const bool isCompressed = rest.size() >= frameHeader && frameAt(rest, version).isCompressed;
             if (isCompressed || ++count > maximumChapters)
                 return false;
         }

@@ -159,11 +159,11 @@ void Id3v2Store::setText(TagKey key, const TagLib::String &text)
     }
 }
 
-void Id3v2Store::appendPictures(std::vector<AttachedPicture> &pictures) const
+void Id3v2Store::appendPictures(std::vector<TagLib::ByteVector> &pictures) const
 {
     for (const TagLib::ID3v2::Frame *frame : _tag.frameList("APIC")) {
         if (const auto *picture = dynamic_cast<const AttachedPictureFrame *>(frame))
-            pictures.emplace_back(toData(picture->picture()));
+            pictures.push_back(picture->picture());
     }
 }
 

@@ -12,7 +12,7 @@ class Id3v2Store final : public TextStore {
 public:
     explicit Id3v2Store(TagLib::ID3v2::Tag &tag) : _tag(tag) {}
 
-    void appendPictures(std::vector<AttachedPicture> &pictures) const override;
+    void appendPictures(std::vector<TagLib::ByteVector> &pictures) const override;
 
 protected:
     [[nodiscard]] TagLib::String text(TagKey key) const override;

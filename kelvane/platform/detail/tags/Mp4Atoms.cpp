@@ -118,6 +118,7 @@ Mp4Layout scanMp4(TagStream &stream)
         at += headerSize;
         if (path.ends_with("ilst") && layout.itemsOffset == 0) {
             layout.itemsOffset = at;
+            layout.itemsAtom = at - headerSize;
             layout.itemsSize = end - at;
         }
         if (name == "meta") {

@@ -15,6 +15,7 @@ struct Mp4Layout {
     /// Offset of the body of moov/udta/meta/ilst and its size; 0 where there is none.
     long itemsOffset = 0;
     long itemsSize = 0;
+    long itemsAtom = 0; ///< where its header begins
     /// Channels of the first AAC track as its decoder sees them, 0 where unknown: the number beside it in the track
     /// says 2 whatever the sound is.
     int channels = 0;

@@ -190,13 +190,13 @@ void Mp4Store::remove(const char *name)
     std::erase_if(_items, [name](const Item &item) { return item.name == name; });
 }
 
-void Mp4Store::appendPictures(std::vector<AttachedPicture> &pictures) const
+void Mp4Store::appendPictures(std::vector<TagLib::ByteVector> &pictures) const
 {
     const Item *item = find("covr");
     if (!item)
         return;
     for (const Content &content : contents(*item))
-        pictures.emplace_back(content.bytes.isEmpty() ? Data() : toData(content.bytes));
+        pictures.push_back(content.bytes);
 }
 
 TagLib::ByteVector Mp4Store::rendered() const

@@ -18,7 +18,7 @@ public:
 
     [[nodiscard]] Value read(TagKey key) const override;
     void write(TagKey key, const Value &value) override;
-    void appendPictures(std::vector<AttachedPicture> &pictures) const override;
+    void appendPictures(std::vector<TagLib::ByteVector> &pictures) const override;
 
     /// Puts the items into `file`, whose stream is `stream`. False if they found no place.
     bool save(TagLib::MP4::File &file, TagStream &stream) const;

@@ -80,10 +80,10 @@ void XiphStore::setText(TagKey key, const TagLib::String &text)
         [this](const char *name) { _tag.removeFields(name); });
 }
 
-void XiphStore::appendPictures(std::vector<AttachedPicture> &pictures) const
+void XiphStore::appendPictures(std::vector<TagLib::ByteVector> &pictures) const
 {
     for (const TagLib::FLAC::Picture *picture : _tag.pictureList())
-        pictures.emplace_back(toData(picture->data()));
+        pictures.push_back(picture->data());
 }
 
 // APE
@@ -111,7 +111,7 @@ void ApeStore::setText(TagKey key, const TagLib::String &text)
         [this](const char *name) { _tag.removeItem(name); });
 }
 
-void ApeStore::appendPictures(std::vector<AttachedPicture> &pictures) const
+void ApeStore::appendPictures(std::vector<TagLib::ByteVector> &pictures) const
 {
     for (const auto &[name, item] : _tag.itemListMap()) {
         if (item.type() != TagLib::APE::Item::Binary || !name.startsWith("COVER ART"))
@@ -119,7 +119,7 @@ void ApeStore::appendPictures(std::vector<AttachedPicture> &pictures) const
         // A file name stands in front of the picture, ended by a NUL.
         const TagLib::ByteVector content = item.binaryData();
         const int end = content.find('\0');
-        pictures.emplace_back(end < 0 ? Data() : toData(content.mid(static_cast<unsigned int>(end) + 1)));
+        pictures.push_back(end < 0 ? TagLib::ByteVector() : content.mid(static_cast<unsigned int>(end) + 1));
     }
 }
 
@@ -206,12 +206,12 @@ void AsfStore::setText(TagKey key, const TagLib::String &text)
     }
 }
 
-void AsfStore::appendPictures(std::vector<AttachedPicture> &pictures) const
+void AsfStore::appendPictures(std::vector<TagLib::ByteVector> &pictures) const
 {
     for (const TagLib::ASF::Attribute &attribute : _tag.attribute("WM/Picture")) {
         const TagLib::ASF::Picture picture = attribute.toPicture();
         if (picture.isValid())
-            pictures.emplace_back(toData(picture.picture()));
+            pictures.push_back(picture.picture());
     }
 }
 

@@ -15,7 +15,7 @@ namespace kelvane::detail {
 class XiphStore final : public TextStore {
 public:
     explicit XiphStore(TagLib::Ogg::XiphComment &tag) : _tag(tag) {}
-    void appendPictures(std::vector<AttachedPicture> &pictures) const override;
+    void appendPictures(std::vector<TagLib::ByteVector> &pictures) const override;
 
 protected:
     [[nodiscard]] TagLib::String text(TagKey key) const override;
@@ -30,7 +30,7 @@ private:
 class ApeStore final : public TextStore {
 public:
     explicit ApeStore(TagLib::APE::Tag &tag) : _tag(tag) {}
-    void appendPictures(std::vector<AttachedPicture> &pictures) const override;
+    void appendPictures(std::vector<TagLib::ByteVector> &pictures) const override;
 
 protected:
     [[nodiscard]] TagLib::String text(TagKey key) const override;
@@ -45,7 +45,7 @@ private:
 class AsfStore final : public TextStore {
 public:
     explicit AsfStore(TagLib::ASF::Tag &tag) : _tag(tag) {}
-    void appendPictures(std::vector<AttachedPicture> &pictures) const override;
+    void appendPictures(std::vector<TagLib::ByteVector> &pictures) const override;
 
 protected:
     [[nodiscard]] TagLib::String text(TagKey key) const override;

@@ -87,7 +87,7 @@ TagLib::String toTagLib(const String &text)
 
 Data toData(const TagLib::ByteVector &bytes)
 {
-    return Data(bytes.data(), bytes.size());
+    return bytes.isEmpty() ? Data() : Data(bytes.data(), bytes.size());
 }
 
 TagLib::String joined(const TagLib::StringList &texts)

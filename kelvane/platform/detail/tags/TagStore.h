@@ -4,7 +4,6 @@
 #include "TagKey.h"
 
 #include <kelvane/foundation/Value.h>
-#include <kelvane/platform/AttachedPicture.h>
 
 #include <tbytevector.h>
 #include <tstring.h>
@@ -25,8 +24,8 @@ public:
     [[nodiscard]] virtual Value read(TagKey key) const = 0;
     /// Sets or, for what read() would call nil, removes. What this kind of tag cannot hold is left out.
     virtual void write(TagKey key, const Value &value) = 0;
-    /// Adds the block's pictures at the end of `pictures`.
-    virtual void appendPictures(std::vector<AttachedPicture> &) const {}
+    /// Adds the block's pictures at the end of `pictures`; empty bytes stand for one that is named but not there.
+    virtual void appendPictures(std::vector<TagLib::ByteVector> &) const {}
 };
 
 /// A block that keeps everything as text under some name: all kinds but MP4.
@@ -47,6 +46,7 @@ protected:
 /// Conversions between the vocabularies.
 [[nodiscard]] String toKelvane(const TagLib::String &text);
 [[nodiscard]] TagLib::String toTagLib(const String &text);
+/// Null for no bytes.
 [[nodiscard]] Data toData(const TagLib::ByteVector &bytes);
 /// Several texts under one name as one.
 [[nodiscard]] TagLib::String joined(const TagLib::StringList &texts);

@@ -30,6 +30,9 @@ public:
     [[nodiscard]] int writeError() const noexcept { return _writeError; }
     [[nodiscard]] int descriptor() const noexcept { return _descriptor; }
 
+    /// From now on the atom at `offset` reads as one that the library passes by.
+    void hideAtom(long offset) { _hiddenAtom = offset; }
+
     [[nodiscard]] TagLib::FileName name() const override { return ""; }
     TagLib::ByteVector readBlock(unsigned long length) override;
     void writeBlock(const TagLib::ByteVector &data) override;
@@ -46,6 +49,7 @@ private:
     std::size_t readAt(long offset, char *bytes, std::size_t count);
     void writeAt(long offset, const char *bytes, std::size_t count);
     void moveBytes(long from, long to, long count);
+    void hideAtomIn(TagLib::ByteVector &block, long blockStart) const;
 
     const int _descriptor;
     const bool _writable;
@@ -54,6 +58,7 @@ private:
     long _position = 0;
     long _length = 0;
     std::uint64_t _charged = 0;
+    long _hiddenAtom = -1;
     // The last block read, if that was the header of an ID3v2 tag.
     TagLib::ByteVector _id3Header;
     // The library reads headers of a few bytes each, mostly close together.

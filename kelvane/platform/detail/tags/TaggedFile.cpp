@@ -129,7 +129,7 @@ void openFlac(TaggedFile &tagged, bool forWriting)
     using TagLib::FLAC::File;
     File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), ID3v2::FrameFactory::instance()));
     for (const TagLib::FLAC::Picture *picture : file.pictureList())
-        tagged.pictures.emplace_back(toData(picture->data()));
+        tagged.pictures.push_back(picture->data());
     if (forWriting || file.hasXiphComment())
         add<XiphStore>(tagged, file.xiphComment(true));
     if (file.hasID3v2Tag())
@@ -153,7 +153,7 @@ void openVorbis(TaggedFile &tagged)
         tagged.nominalBitrate = file.audioProperties()->bitrateNominal();
 }
 
-void openMp4(TaggedFile &tagged)
+void openMp4(TaggedFile &tagged, bool forWriting)
 {
     using TagLib::MP4::File;
     TagStream &stream = *tagged.stream;
@@ -163,6 +163,9 @@ void openMp4(TaggedFile &tagged)
     tagged.channels = layout.channels;
     stream.seek(layout.itemsOffset, TagStream::Beginning);
     auto store = std::make_unique<Mp4Store>(stream.readBlock(static_cast<unsigned long>(layout.itemsSize)));
+    // The library would read the tags, covers and all, a second time.
+    if (!forWriting && layout.itemsOffset > 0)
+        stream.hideAtom(layout.itemsAtom);
     File &file = install(tagged, std::make_unique<File>(&stream));
     tagged.save = [&file, &stream, &items = *store] { return items.save(file, stream); };
     tagged.stores.push_back(std::move(store));
@@ -233,7 +236,7 @@ void openFormat(TaggedFile &tagged, TagFormat format, bool forWriting)
     case TagFormat::OggFlac:
         return void(openOgg<TagLib::Ogg::FLAC::File>(tagged));
     case TagFormat::Mp4:
-        return openMp4(tagged);
+        return openMp4(tagged, forWriting);
     case TagFormat::Asf:
         return openAsf(tagged);
     case TagFormat::Aiff:

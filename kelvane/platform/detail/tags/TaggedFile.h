@@ -44,7 +44,7 @@ struct TaggedFile {
     /// Writes the stores' tags into the file. False on failure; what the stream knows of it comes on top.
     std::function<bool()> save;
     /// Pictures that the kind keeps beside its tags (FLAC); they come before those of the stores.
-    std::vector<AttachedPicture> pictures;
+    std::vector<TagLib::ByteVector> pictures;
     /// Bits per second that the stream announces, 0 where it does not or the library's own figure is that.
     int nominalBitrate = 0;
     /// Channels, where the library's own figure is not to be trusted; else 0.

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ImageBytes.h"
+
+#include <kelvane/platform/detail/FileAttributes.h>
+#include <kelvane/platform/detail/FileReplacement.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace kelvane::detail {
+
+std::optional<ImageBytes> ImageBytes::open(const String &path)
+{
+    const char *text = systemPath(path);
+    const int descriptor = text ? openRegularFile(text) : -1;
+    if (descriptor < 0)
+        return std::nullopt;
+    struct stat status = {};
+    ImageBytes file(descriptor, 0);
+    if (::fstat(descriptor, &status) != 0)
+        return std::nullopt;
+    file._size = static_cast<std::uint64_t>(std::max<off_t>(status.st_size, 0));
+    return file;
+}
+
+ImageBytes::ImageBytes(ImageBytes &&other) noexcept
+    : _memory(other._memory),
+      _size(other._size),
+      _descriptor(std::exchange(other._descriptor, -1))
+{
+}
+
+ImageBytes::~ImageBytes()
+{
+    if (_descriptor >= 0)
+        ::close(_descriptor);
+}
+
+bool ImageBytes::read(std::uint64_t offset, std::span<std::byte> buffer) const noexcept
+{
+    if (offset > _size || buffer.size() > _size - offset)
+        return false;
+    if (_descriptor < 0) {
+        std::copy_n(_memory.begin() + static_cast<std::ptrdiff_t>(offset), buffer.size(), buffer.begin());
+        return true;
+    }
+    while (!buffer.empty()) {
+        const ssize_t count = ::pread(_descriptor, buffer.data(), buffer.size(), static_cast<off_t>(offset));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        offset += static_cast<std::uint64_t>(count);
+        buffer = buffer.subspan(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+std::vector<std::byte> ImageBytes::take(std::uint64_t offset, std::uint64_t count, std::size_t most) const
+{
+    if (count > most || offset > _size || count > _size - offset)
+        return {};
+    std::vector<std::byte> bytes(static_cast<std::size_t>(count));
+    return read(offset, bytes) ? bytes : std::vector<std::byte>();
+}
+
+Data ImageBytes::all(std::uint64_t most) const
+{
+    if (_size > most)
+        return {};
+    bool isRead = true; // an empty file is
+    Data data =
+        Data::create(static_cast<std::size_t>(_size), [&](std::span<std::byte> buffer) { isRead = read(0, buffer); });
+    return isRead ? data : Data();
+}
+
+} // namespace kelvane::detail

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "IndexFacts.h"
+
+#include <kelvane/platform/FileMetadataIndex.h>
+
+namespace kelvane::tool {
+namespace {
+
+struct Named {
+    const char *name;
+    const char *key;
+};
+
+constexpr Named named[] = {
+    {"mediaTypes", "kMDItemMediaTypes"},
+    {"codecs", "kMDItemCodecs"},
+    {"durationSeconds", "kMDItemDurationSeconds"},
+    {"pixelWidth", "kMDItemPixelWidth"},
+    {"pixelHeight", "kMDItemPixelHeight"},
+    {"videoBitrate", "kMDItemVideoBitRate"},
+    {"totalBitrate", "kMDItemTotalBitRate"},
+};
+
+} // namespace
+
+std::vector<Fact> indexFacts(const std::string &path)
+{
+    const Dictionary properties = FileMetadataIndex::propertiesOfFile(path);
+    std::vector<Fact> facts;
+    for (const Named &each : named)
+        if (const Value &value = properties[each.key]; !value.isNil())
+            facts.push_back({each.name, value});
+    return facts;
+}
+
+} // namespace kelvane::tool
