@@ -40,6 +40,8 @@
 #include <kelvane/platform/StringEncoding.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/SystemVersion.h>
+#include <kelvane/platform/UsbDiscovery.h>
+#include <kelvane/platform/UserDefaults.h>
 #include <kelvane/platform/Uuid.h>
 #include <kelvane/platform/ZenLogger.h>
 
@@ -89,8 +91,12 @@
 #include <kelvane/data/DataItemChangeEventArgs.h>
 #include <kelvane/data/DataItemList.h>
 #include <kelvane/data/DataItemState.h>
+#include <kelvane/data/DeviceInfo.h>
 #include <kelvane/data/IDataItem.h>
 #include <kelvane/data/IDataItemList.h>
+#include <kelvane/data/IDeviceInfo.h>
+#include <kelvane/data/IDeviceUsbInfo.h>
+#include <kelvane/data/IMobileReadSync.h>
 #include <kelvane/data/IRootDeviceData.h>
 #include <kelvane/data/ObservableDataItemList.h>
 #include <kelvane/data/RootDeviceDataItem.h>
