@@ -191,16 +191,18 @@ TEST(UsbDiscovery, TellsOfDevicesThatAreThereAndThatComeAndGo)
 TEST(UsbDiscovery, TellsOfADeviceThatIsConfiguredLater)
 {
     UsbDevices usb;
+    usb.plugIn(mouse); // once that is told of, the discovery waits for what comes
     const auto recorder = std::make_shared<Recorder>();
     UsbDiscovery discovery;
     ASSERT_TRUE(discovery.start(recorder));
+    EXPECT_THAT(recorder->waitFor(1), ElementsAre("attached Mouse"));
     UsbDevice device = tabletForMedia;
     device.isConfigured = false; // its descriptors do not name interfaces, so it is not known to be one for media yet
     usb.plugIn(device);
-    EXPECT_THAT(recorder->waitFor(1), ElementsAre("attached Pad 5"));
+    EXPECT_THAT(recorder->waitFor(2), ElementsAre("attached Mouse", "attached Pad 5"));
     EXPECT_EQ(recorder->last()["osplatform"].intValue(), 0);
     usb.configure(device);
-    EXPECT_THAT(recorder->waitFor(2).back(), "changed Pad 5");
+    EXPECT_THAT(recorder->waitFor(3).back(), "changed Pad 5");
     EXPECT_EQ(recorder->last()["osplatform"].intValue(), 2);
 }
 
@@ -214,11 +216,12 @@ TEST(UsbDiscovery, ADelegateThatThrowsIsLoggedAndHearsOfTheNextDevice)
         }
     };
     UsbDevices usb;
+    usb.plugIn(oldPhone);
     const LogCapture log;
     const auto thrower = std::make_shared<Thrower>();
     UsbDiscovery discovery;
     ASSERT_TRUE(discovery.start(thrower));
-    usb.plugIn(oldPhone);
+    EXPECT_THAT(thrower->waitFor(1), ElementsAre("attached E75"));
     usb.plugIn(mouse);
     EXPECT_THAT(thrower->waitFor(2), ElementsAre("attached E75", "attached Mouse"));
     discovery.stop();
