@@ -44,9 +44,11 @@
 #include <kelvane/platform/StringEncoding.h>
 #include <kelvane/platform/SystemLog.h>
 #include <kelvane/platform/SystemVersion.h>
+#include <kelvane/platform/Thumbnail.h>
 #include <kelvane/platform/TypeIdentifier.h>
 #include <kelvane/platform/TypeTag.h>
-#include <kelvane/platform/Thumbnail.h>
+#include <kelvane/platform/UsbDiscovery.h>
+#include <kelvane/platform/UserDefaults.h>
 #include <kelvane/platform/Uuid.h>
 #include <kelvane/platform/ZenLogger.h>
 
@@ -96,8 +98,12 @@
 #include <kelvane/data/DataItemChangeEventArgs.h>
 #include <kelvane/data/DataItemList.h>
 #include <kelvane/data/DataItemState.h>
+#include <kelvane/data/DeviceInfo.h>
 #include <kelvane/data/IDataItem.h>
 #include <kelvane/data/IDataItemList.h>
+#include <kelvane/data/IDeviceInfo.h>
+#include <kelvane/data/IDeviceUsbInfo.h>
+#include <kelvane/data/IMobileReadSync.h>
 #include <kelvane/data/IRootDeviceData.h>
 #include <kelvane/data/ObservableDataItemList.h>
 #include <kelvane/data/RootDeviceDataItem.h>

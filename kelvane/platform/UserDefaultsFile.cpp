@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "UserDefaultsFile_p.h"
+
+#include <kelvane/foundation/Data.h>
+#include <kelvane/platform/detail/FileReplacement.h>
+#include <kelvane/platform/Paths.h>
+#include <kelvane/platform/PropertyList.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace kelvane {
+
+namespace {
+
+/// More than any program keeps for its user; a file that claims more is none of ours.
+constexpr std::int64_t largest = 64 << 20;
+/// Files that are set aside within the same second.
+constexpr int mostSetAside = 100;
+
+/// A descriptor that is closed when it goes.
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor) noexcept : _descriptor(descriptor) {}
+    ~Descriptor()
+    {
+        if (_descriptor >= 0)
+            ::close(_descriptor);
+    }
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    [[nodiscard]] int get() const noexcept { return _descriptor; }
+
+private:
+    const int _descriptor;
+};
+
+UserDefaultsFile::Identity identityOf(const struct stat &status) noexcept
+{
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
+/// The file itself where the path is a symbolic link.
+String resolved(const String &path)
+{
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::weakly_canonical(path.str(), error);
+    return path.isNull() || error ? path : String(target.native());
+}
+
+/// 0, or errno.
+int readAll(int descriptor, std::vector<std::byte> &bytes) noexcept
+{
+    for (std::size_t done = 0; done < bytes.size();) {
+        const ssize_t count = ::read(descriptor, bytes.data() + done, bytes.size() - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return errno;
+        if (count == 0) {
+            bytes.resize(done);
+            break;
+        }
+        done += static_cast<std::size_t>(count);
+    }
+    return 0;
+}
+
+int writeAll(int descriptor, const Data &data) noexcept
+{
+    for (std::size_t done = 0; done < data.size();) {
+        const ssize_t count = ::write(descriptor, data.view().data() + done, data.size() - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return errno;
+        done += static_cast<std::size_t>(count);
+    }
+    return 0;
+}
+
+/// Makes the name of a renamed file last through a power failure.
+void flushFolder(const String &path) noexcept
+{
+    const Descriptor folder(::open(deletingLastPathComponent(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.get() >= 0)
+        (void)::fsync(folder.get());
+}
+
+void makeFolders(const String &path)
+{
+    if (path.isEmpty() || path == String("/") || ::access(path.c_str(), F_OK) == 0)
+        return;
+    makeFolders(deletingLastPathComponent(path));
+    (void)::mkdir(path.c_str(), 0700);
+}
+
+} // namespace
+
+UserDefaultsFile::UserDefaultsFile(String path) : _path(resolved(path)) {}
+
+UserDefaultsFile::Identity UserDefaultsFile::identity() const noexcept
+{
+    struct stat status {};
+    return _path.isNull() || ::stat(_path.c_str(), &status) != 0 ? Identity() : identityOf(status);
+}
+
+UserDefaultsFile::Content UserDefaultsFile::read() const
+{
+    Content content;
+    if (_path.isNull())
+        return content;
+    const Descriptor file(detail::openRegularFile(_path.str()));
+    if (file.get() < 0) {
+        content.error = errno;
+        content.state = errno == ENOENT || errno == ENOTDIR ? State::Missing : State::Unreadable;
+        content.identity = identity();
+        return content;
+    }
+    struct stat status {};
+    if (::fstat(file.get(), &status) == 0)
+        content.identity = identityOf(status);
+    content.state = State::Damaged;
+    if (status.st_size > largest)
+        return content;
+    std::vector<std::byte> bytes(static_cast<std::size_t>(status.st_size));
+    content.error = readAll(file.get(), bytes);
+    if (content.error != 0) {
+        content.state = State::Unreadable;
+        return content;
+    }
+    if (Dictionary values = PropertyList::read(Data(bytes.data(), bytes.size())).dictionary(); !values.isNull()) {
+        content.state = State::Good;
+        content.values = std::move(values);
+    }
+    return content;
+}
+
+int UserDefaultsFile::replace(const Dictionary &values) const
+{
+    const Data data = PropertyList::toXml(values);
+    if (data.isNull())
+        return EINVAL;
+    // One name for all: only the holder of the lock writes, and what a killed one left is in nobody's way.
+    const String beside = _path + ".new";
+    if (::unlink(beside.c_str()) != 0 && errno != ENOENT)
+        return errno;
+    const Descriptor file(::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (file.get() < 0)
+        return errno;
+    int error = writeAll(file.get(), data);
+    if (error == 0 && (::fsync(file.get()) != 0 || ::rename(beside.c_str(), _path.c_str()) != 0))
+        error = errno;
+    if (error != 0) {
+        ::unlink(beside.c_str());
+        return error;
+    }
+    flushFolder(_path);
+    return 0;
+}
+
+String UserDefaultsFile::setAside() const
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char time[32];
+    std::strftime(time, sizeof time, ".damaged-%Y%m%dT%H%M%SZ", &utc);
+    for (int number = 1; number <= mostSetAside; ++number) {
+        const std::string aside = _path.str() + time + (number > 1 ? '-' + std::to_string(number) : std::string());
+        // link() does not replace what has that name already, which rename() would.
+        if (::link(_path.c_str(), aside.c_str()) == 0)
+            return ::unlink(_path.c_str()) == 0 ? String(aside) : String();
+        if (errno != EEXIST)
+            break;
+    }
+    return {};
+}
+
+UserDefaultsFile::Lock::Lock(const UserDefaultsFile &file)
+{
+    if (file._path.isNull()) {
+        _error = ENOENT;
+        return;
+    }
+    makeFolders(deletingLastPathComponent(file._path));
+    // A file of its own: the one with the values is replaced, and its lock with it.
+    const String path = file._path + ".lock";
+    _descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (_descriptor < 0) {
+        _error = errno;
+        return;
+    }
+    while (::flock(_descriptor, LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            _error = errno;
+            return;
+        }
+    }
+}
+
+UserDefaultsFile::Lock::~Lock()
+{
+    if (_descriptor >= 0)
+        ::close(_descriptor);
+}
+
+} // namespace kelvane
