@@ -20,16 +20,17 @@ bool failsNow() noexcept
 
 } // namespace
 
-void *operator new(std::size_t size)
+// Not inlined: g++ would see free() meet what it takes for another allocator's memory.
+[[gnu::noinline]] void *operator new(std::size_t size)
 {
     void *room = failsNow() ? nullptr : std::malloc(size > 0 ? size : 1);
     return room ? room : throw std::bad_alloc();
 }
-void operator delete(void *room) noexcept
+[[gnu::noinline]] void operator delete(void *room) noexcept
 {
     std::free(room);
 }
-void operator delete(void *room, std::size_t) noexcept
+[[gnu::noinline]] void operator delete(void *room, std::size_t) noexcept
 {
     std::free(room);
 }
