@@ -68,7 +68,7 @@ void average(const std::uint8_t *first, std::size_t bytesPerRow, std::size_t wid
         for (std::size_t x = 0; x < width * 4; x += 4)
             for (std::size_t i = 0; i < 4; ++i)
                 sums[i] += first[y * bytesPerRow + x + i];
-    const std::uint64_t count = width * height;
+    const std::uint64_t count = std::max<std::uint64_t>(width * height, 1); // the box is never empty
     for (std::size_t i = 0; i < 4; ++i)
         to[i] = static_cast<std::byte>((sums[i] + count / 2) / count);
 }

@@ -4,9 +4,11 @@
 #include "FileDescriptor.h"
 #include "IndexFacts.h"
 #include "JsonText.h"
+#include "PhotoInfo.h"
 #include "Text.h"
 
 #include <kelvane/media/Mediadata.h>
+#include <kelvane/platform/ImageSource.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -111,6 +113,10 @@ void printListing(const std::string &path, const Mediadata &metadata)
 void showFile(const std::string &path, bool isJson)
 {
     requireReadable(path);
+    if (const auto photo = openPhoto(path)) {
+        isJson ? printPhotoJson(path, *photo) : printPhotoListing(path, *photo);
+        return;
+    }
     Mediadata metadata(AudioMetadata::CreateMetadataForURL(path));
     metadata.setFilePath(path);
     metadata.loadMediaData();
@@ -148,7 +154,7 @@ Command defineInfoCommand(CLI::App &application)
     };
     const auto options = std::make_shared<Options>();
     CLI::App *command = addCommand(application,
-        {"info", "Show what is known of media files", "[OPTIONS] FILE...",
+        {"info", "Show what is known of media files and pictures", "[OPTIONS] FILE...",
             "Example:\n  kelvane info --json song.mp3 film.mp4"});
     command->add_option("FILE", options->files, "Files to read")->required()->option_text("...");
     addJsonFlag(*command, options->isJson);

@@ -53,6 +53,7 @@ public:
 
     [[nodiscard]] std::size_t width() const noexcept { return _width; }
     [[nodiscard]] std::size_t height() const noexcept { return _height; }
+    [[nodiscard]] bool hasAlpha() const noexcept { return _hasAlpha; }
 
     bool readPixels(std::uint8_t *pixels)
     {
@@ -61,8 +62,6 @@ public:
         for (int pass = 0; pass < _passes; ++pass)
             for (std::size_t y = 0; y < _height; ++y)
                 png_read_row(_png, pixels + y * _width * 4, nullptr);
-        if (_hasAlpha)
-            multiplyByAlpha(pixels, _width * _height);
         return true; // what comes behind the last row is of no interest
     }
 
@@ -107,8 +106,12 @@ Pixels decodePng(std::span<const std::byte> file)
     if (!reader.begin())
         return {};
     bool isRead = false;
-    Data pixels = Data::create(reader.width() * reader.height() * 4,
-        [&](std::span<std::byte> room) { isRead = reader.readPixels(reinterpret_cast<std::uint8_t *>(room.data())); });
+    Data pixels = Data::create(reader.width() * reader.height() * 4, [&](std::span<std::byte> room) {
+        auto *to = reinterpret_cast<std::uint8_t *>(room.data());
+        isRead = reader.readPixels(to);
+        if (isRead && reader.hasAlpha())
+            multiplyByAlpha(to, reader.width() * reader.height());
+    });
     if (!isRead)
         return {};
     return {std::move(pixels), static_cast<std::int32_t>(reader.width()), static_cast<std::int32_t>(reader.height())};
