@@ -259,6 +259,7 @@ TEST(MediaBase, NilMakesAFieldAbsentAndValuesAreConverted)
 
 TEST(MediaBase, ARecordWithWhatItAllocatesIsSmall)
 {
+    const MediaBase first; // makes the fields that new ones share
     const std::size_t before = allocatedBytes;
     const auto record = std::make_shared<MediaBase>();
     EXPECT_LE(allocatedBytes - before, 64U) << "a new one shares its fields with the others";
