@@ -66,7 +66,7 @@ void DeviceInfo::loadBaseInfo()
         DeviceInfo::setCustomName(DeviceInfo::usbProductName());
     setOSPlatform(static_cast<std::uint64_t>(std::int64_t{_deviceInfoDic["osplatform"].intValue()}));
     logInfo({"classId = ", std::to_string(classId()), "  _subClassId=", std::to_string(subClassId()),
-        "  _protocolId=", std::to_string(protocolId()), "  OSPlatform=", std::to_string(OSPlatform())});
+        "  _protocolId=", std::to_string(protocolId()), "  OSPlatform=", std::to_string(_deviceInfoDic["osplatform"].intValue())});
 }
 
 // Properties

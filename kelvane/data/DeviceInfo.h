@@ -52,6 +52,7 @@ public:
 
     // Intended: what is set here is not what the functions above answer, which read the properties whatever was set. It
     // is kept for derived classes that answer from it.
+    void setDisplayName(String displayName) noexcept { _displayName = std::move(displayName); }
     void setVID(std::int32_t VID) noexcept { _VID = VID; }
     void setPID(std::int32_t PID) noexcept { _PID = PID; }
     void setSerialNumber(String serialNumber) noexcept { _serialNumber = std::move(serialNumber); }
@@ -156,6 +157,7 @@ public:
 
 protected:
     std::uint64_t _syncState = 0;
+    String _displayName;
     std::int32_t _VID = 0;
     std::int32_t _PID = 0;
     String _serialNumber;

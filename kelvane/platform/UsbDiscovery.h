@@ -9,8 +9,9 @@
 
 namespace kelvane {
 
-/// Hears of USB devices that come and go. Called on the thread of the discovery, without a lock. What it throws as a
-/// std::exception is logged.
+/// Hears of USB devices that come and go. Called on the thread of the discovery; what it throws is logged.
+///
+/// Intended: stop() by another thread waits until a call has ended, so that nobody is told of anything afterwards.
 class KELVANE_EXPORT UsbDiscoveryDelegate {
 public:
     virtual ~UsbDiscoveryDelegate();

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "RunGuarded_p.h"
 #include "ThreadName_p.h"
 #include "UsbPlatform_p.h"
 
 #include <kelvane/foundation/Value.h>
 #include <kelvane/platform/UsbDiscovery.h>
-#include <kelvane/platform/ZenLogger.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -66,10 +66,12 @@ std::uint8_t byteNumber(udev_device *device, const char *name)
     return static_cast<std::uint8_t>(number(device, name));
 }
 
+/// Of a device that is gone already, the system has no numbers to tell.
 bool isUsbDevice(udev_device *device)
 {
     const char *type = udev_device_get_devtype(device);
-    return type && std::string_view(type) == "usb_device" && byteNumber(device, "bDeviceClass") != hubClass;
+    return type && std::string_view(type) == "usb_device" && udev_device_get_sysattr_value(device, "idVendor")
+        && udev_device_get_sysattr_value(device, "busnum") && byteNumber(device, "bDeviceClass") != hubClass;
 }
 
 /// Calls `use` with each device of the USB subsystem that is a `type`, below `parent` if that is given.
@@ -225,6 +227,7 @@ private:
 
     void tell(Message message, const Dictionary &properties);
     void takeEvents();
+    void lookAround();
     void handle(udev_device *device);
     void update(const std::string &path, const Dictionary &properties);
     void remove(const std::string &path);
@@ -253,8 +256,7 @@ void UsbDiscovery::Watch::run()
 {
     setCurrentThreadName("kelvane.usb");
     // The monitor listens already: what comes while these are looked at is told of after them.
-    for (const auto &[path, properties] : present(context.get()))
-        update(path, properties);
+    lookAround();
     for (;;) {
         pollfd descriptors[] = {{udev_monitor_get_fd(monitor.get()), POLLIN, 0}, {wakeUp, POLLIN, 0}};
         if (::poll(descriptors, 2, -1) < 0 && errno != EINTR)
@@ -279,8 +281,26 @@ void UsbDiscovery::Watch::end()
 
 void UsbDiscovery::Watch::takeEvents()
 {
-    while (const UdevDevice device{udev_monitor_receive_device(monitor.get())})
+    errno = 0;
+    while (const UdevDevice device{udev_monitor_receive_device(monitor.get())}) {
         handle(device.get());
+        errno = 0;
+    }
+    if (errno == ENOBUFS)
+        lookAround();
+}
+
+/// Events were lost because more came than the system keeps: finds out what there is now.
+void UsbDiscovery::Watch::lookAround()
+{
+    const std::map<std::string, Dictionary> now = present(context.get());
+    const std::map<std::string, Dictionary> before = known;
+    for (const auto &[path, properties] : before) {
+        if (!now.contains(path))
+            remove(path);
+    }
+    for (const auto &[path, properties] : now)
+        update(path, properties);
 }
 
 void UsbDiscovery::Watch::handle(udev_device *device)
@@ -328,12 +348,7 @@ void UsbDiscovery::Watch::tell(Message message, const Dictionary &properties)
     const auto listener = delegate.lock();
     if (isEnded || !listener)
         return;
-    try {
-        (listener.get()->*message)(properties);
-    } catch (const std::exception &exception) {
-        ZenLogger::defaultLogger().ZenLogError(
-            String::concat({"a delegate of USB discovery threw: ", std::string_view(exception.what())}));
-    }
+    runGuarded([&] { (listener.get()->*message)(properties); });
 }
 
 UsbDiscovery::UsbDiscovery() = default;

@@ -49,7 +49,7 @@ std::uint32_t usbLocation(std::uint32_t bus, std::string_view ports)
     int shift = 20;
     const auto take = [&] {
         if (shift >= 0)
-            location |= std::min(port, 15U) << static_cast<unsigned>(shift);
+            location |= (port & 15U) << static_cast<unsigned>(shift);
         shift -= 4;
         port = 0;
     };

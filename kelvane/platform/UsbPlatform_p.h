@@ -19,8 +19,8 @@ struct UsbInterface {
 /// Which platform a device is of, as UsbDiscovery documents it.
 [[nodiscard]] std::int32_t usbPlatformCode(std::int32_t vendor, std::span<const UsbInterface> interfaces);
 
-/// Where a device is plugged in: the bus in the top byte, then the ports on the way ("1.5.2.4") in a nibble each. Of
-/// a port number above 15, which no hub has, 15; ports behind the sixth hub have no room.
+/// Where a device is plugged in: the bus in the top byte, then the ports on the way ("1.5.2.4") in a nibble each. The
+/// lowest bits of a port's number tell the sixteen ports of the largest hubs apart; no device is behind a seventh hub.
 [[nodiscard]] std::uint32_t usbLocation(std::uint32_t bus, std::string_view ports);
 
 } // namespace kelvane

@@ -7,7 +7,6 @@
 #include <kelvane/platform/Paths.h>
 #include <kelvane/platform/ZenLogger.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -48,23 +47,54 @@ String standardPath()
 } // namespace
 
 struct UserDefaults::Private {
+    using Content = UserDefaultsFile::Content;
+    using State = UserDefaultsFile::State;
+
     explicit Private(String path) : file(std::move(path)) {}
 
-    /// Everything, as it is now. An unreadable file is told of once.
+    /// Everything, as it is now. What is wrong with the file is told once.
     Dictionary read()
     {
-        const std::lock_guard guard(mutex);
-        const UserDefaultsFile::Identity now = file.identity();
-        if (known && *known == now)
-            return values;
-        const UserDefaultsFile::Content content = file.read();
-        known = content.identity;
-        values = content.values;
-        if (content.state == UserDefaultsFile::State::Damaged)
+        Content content;
+        bool isNews = false;
+        {
+            const std::lock_guard guard(mutex);
+            if (known && known->identity == file.identity() && known->state != State::Unreadable)
+                return known->values;
+            content = file.read();
+            isNews = !known || known->state != content.state || known->error != content.error;
+            known = content;
+        }
+        // Without the lock: the log's sink may be the application's, and may read these defaults.
+        if (isNews && content.state == State::Damaged)
             report("it is no property list; it will be set aside by the first change");
-        else if (content.state == UserDefaultsFile::State::Unreadable)
+        else if (isNews && content.state == State::Unreadable)
             report(std::strerror(content.error));
-        return values;
+        return content.values;
+    }
+
+    /// Replaces the value of `key`. What there is to report, and whether it is done.
+    [[nodiscard]] std::pair<std::string, bool> update(
+        const String &key, const std::function<Value(const Value &)> &change) const
+    {
+        const UserDefaultsFile::Lock lock(file);
+        if (!lock.isHeld())
+            return {std::strerror(lock.error()), false};
+        const Content content = file.read();
+        std::string news;
+        if (content.state == State::Unreadable)
+            return {std::strerror(content.error), false};
+        if (content.state == State::Damaged) {
+            const String aside = file.setAside();
+            if (aside.isNull())
+                return {"it is no property list and cannot be set aside", false};
+            news = "it was no property list and has been set aside as " + aside.str();
+        }
+        Dictionary values = content.values;
+        values.set(key, change(values[key.view()]));
+        if (const int error = file.replace(values))
+            return {std::strerror(error), false};
+        return {news, true};
     }
 
     void report(std::string_view reason) const
@@ -72,11 +102,9 @@ struct UserDefaults::Private {
         ZenLogger::defaultLogger().ZenLogError(String::concat({"user defaults ", file.path().view(), ": ", reason}));
     }
 
-    UserDefaultsFile file;
+    const UserDefaultsFile file;
     std::mutex mutex;
-    // What was read last, and from which file; guarded by mutex.
-    std::optional<UserDefaultsFile::Identity> known;
-    Dictionary values = Dictionary::empty();
+    std::optional<Content> known; // what was read last; guarded by mutex
 };
 
 UserDefaults &UserDefaults::standardUserDefaults()
@@ -124,31 +152,10 @@ bool UserDefaults::update(const String &key, const std::function<Value(const Val
 {
     if (key.isNull())
         return false;
-    UserDefaultsFile::Lock lock(d->file);
-    if (!lock.isHeld()) {
-        d->report(std::strerror(lock.error()));
-        return false;
-    }
-    const UserDefaultsFile::Content content = d->file.read();
-    if (content.state == UserDefaultsFile::State::Unreadable) {
-        d->report(std::strerror(content.error));
-        return false;
-    }
-    if (content.state == UserDefaultsFile::State::Damaged) {
-        const String aside = d->file.setAside();
-        if (aside.isNull()) {
-            d->report("it is no property list and cannot be set aside");
-            return false;
-        }
-        d->report("it was no property list and has been set aside as " + aside.str());
-    }
-    Dictionary values = content.values;
-    values.set(key, change(values[key.view()]));
-    if (const int error = d->file.replace(values)) {
-        d->report(std::strerror(error));
-        return false;
-    }
-    return true;
+    const auto [news, isDone] = d->update(key, change);
+    if (!news.empty())
+        d->report(news);
+    return isDone;
 }
 
 } // namespace kelvane

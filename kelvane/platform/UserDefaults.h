@@ -23,7 +23,8 @@ namespace kelvane {
 ///
 /// Threads: any thread, any operation.
 /// Ownership: objects share nothing but their file.
-/// Errors: a file that is missing or cannot be read has no values; writing answers false. An error line says why.
+/// Errors: a file that is missing or cannot be read has no values; writing answers false, also where another program has kept
+/// the lock for five seconds. An error line says why.
 class KELVANE_EXPORT UserDefaults {
 public:
     /// The defaults of the running program: "defaults.plist" in a folder named after the program in $XDG_CONFIG_HOME,
@@ -52,7 +53,7 @@ public:
     /// Replaces the value of `key` by what `change` makes of it, with no change of anybody else's in between.
     ///
     /// Intended: the lock on the file is held while `change` runs, which must therefore be short and must not write
-    /// these defaults itself.
+    /// these defaults itself. What it throws reaches the caller, and nothing is changed.
     bool update(const String &key, const std::function<Value(const Value &before)> &change);
 
 private:

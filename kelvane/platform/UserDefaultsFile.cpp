@@ -7,12 +7,14 @@
 #include <kelvane/platform/PropertyList.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -23,6 +25,8 @@ namespace {
 
 /// More than any program keeps for its user; a file that claims more is none of ours.
 constexpr std::int64_t largest = 64 << 20;
+/// How long to wait for another program's change, which takes milliseconds.
+constexpr std::chrono::seconds patience{5};
 /// Files that are set aside within the same second.
 constexpr int mostSetAside = 100;
 
@@ -122,7 +126,6 @@ UserDefaultsFile::Content UserDefaultsFile::read() const
     if (file.get() < 0) {
         content.error = errno;
         content.state = errno == ENOENT || errno == ENOTDIR ? State::Missing : State::Unreadable;
-        content.identity = identity();
         return content;
     }
     struct stat status {};
@@ -179,8 +182,9 @@ String UserDefaultsFile::setAside() const
         // link() does not replace what has that name already, which rename() would.
         if (::link(_path.c_str(), aside.c_str()) == 0)
             return ::unlink(_path.c_str()) == 0 ? String(aside) : String();
-        if (errno != EEXIST)
-            break;
+        // Not every file system has links. Nobody else writes here, so that a name that is free stays free.
+        if (errno != EEXIST && ::access(aside.c_str(), F_OK) != 0)
+            return ::rename(_path.c_str(), aside.c_str()) == 0 ? String(aside) : String();
     }
     return {};
 }
@@ -199,11 +203,18 @@ UserDefaultsFile::Lock::Lock(const UserDefaultsFile &file)
         _error = errno;
         return;
     }
-    while (::flock(_descriptor, LOCK_EX) != 0) {
-        if (errno != EINTR) {
+    // A program that was stopped while it held the lock must not stop this one.
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (::flock(_descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EINTR && errno != EWOULDBLOCK) {
             _error = errno;
             return;
         }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            _error = EWOULDBLOCK;
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 

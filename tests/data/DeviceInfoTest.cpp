@@ -112,6 +112,13 @@ TEST(DeviceInfo, LoadingLogsClassAndPlatform)
     EXPECT_THAT(log.infoLines(), Contains("classId = 239  _subClassId=2  _protocolId=1  OSPlatform=2"));
 }
 
+TEST(DeviceInfo, LogsAPlatformOfAnyNumber)
+{
+    const LogCapture log;
+    const DeviceInfo device(with(phone(), "osplatform", -1));
+    EXPECT_THAT(log.infoLines(), Contains("classId = 239  _subClassId=2  _protocolId=1  OSPlatform=-1"));
+}
+
 TEST(DeviceInfo, AnEmptyManufacturerIsTheProductName)
 {
     EXPECT_EQ(DeviceInfo(with(phone(), "manufacturer", "")).manufacturer(), "Phone X");

@@ -16,6 +16,7 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -153,7 +154,80 @@ TEST_F(UserDefaultsFileTest, WritesThroughASymbolicLink)
     EXPECT_EQ(UserDefaults(elsewhere).objectForKey("key").intValue(), 2);
 }
 
+TEST_F(UserDefaultsFileTest, AFileThatBecomesReadableIsRead)
+{
+    UserDefaults(path).setObject(1, "key");
+    // Everything is readable for the superuser, who becomes somebody else for a while.
+    constexpr uid_t nobody = 65534;
+    const bool isSuperuser = geteuid() == 0;
+    if (isSuperuser) {
+        for (const fs::path &owned : {folder.path(), file.parent_path(), file, fs::path(file.native() + ".lock")})
+            ASSERT_EQ(chown(owned.c_str(), nobody, nobody), 0);
+        ASSERT_EQ(seteuid(nobody), 0);
+    }
+    ASSERT_EQ(chmod(file.c_str(), 0), 0);
+    UserDefaults defaults(path);
+    const LogCapture log;
+    EXPECT_TRUE(defaults.objectForKey("key").isNil());
+    EXPECT_FALSE(defaults.setObject(2, "key"));
+    EXPECT_THAT(log.errorLines(), testing::Each(HasSubstr("Permission denied")));
+    ASSERT_EQ(chmod(file.c_str(), 0600), 0);
+    EXPECT_EQ(defaults.objectForKey("key").intValue(), 1);
+    if (isSuperuser) {
+        ASSERT_EQ(seteuid(0), 0);
+    }
+}
+
+TEST_F(UserDefaultsFileTest, ALogsSinkMayReadThem)
+{
+    fs::create_directories(file.parent_path());
+    write(file, "damaged");
+    UserDefaults defaults(path);
+    bool isRead = false;
+    const LogSink before = ZenLogger::defaultLogger().setSink(
+        [&](LogLevel, const String &) { isRead = defaults.objectForKey("key").isNil(); });
+    EXPECT_TRUE(defaults.objectForKey("key").isNil());
+    EXPECT_TRUE(defaults.setObject(1, "other"));
+    ZenLogger::defaultLogger().setSink(before);
+    EXPECT_TRUE(isRead);
+}
+
+TEST_F(UserDefaultsFileTest, WhatAChangeThrowsReachesTheCallerAndChangesNothing)
+{
+    UserDefaults defaults(path);
+    defaults.setObject(1, "key");
+    const auto change = [](const Value &) -> Value { throw std::runtime_error("no"); };
+    EXPECT_THROW(defaults.update("key", change), std::runtime_error);
+    EXPECT_EQ(defaults.objectForKey("key").intValue(), 1);
+    EXPECT_TRUE(defaults.setObject(2, "key")); // the lock is free
+}
+
 // Several at once
+
+TEST_F(UserDefaultsFileTest, AStoppedProgramThatHoldsTheLockFailsAWriteInTime)
+{
+    UserDefaults(path).setObject(1, "key");
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const pid_t child = start([&] {
+        UserDefaults(path).update("key", [&](const Value &) -> Value {
+            (void)!::write(ends[1], "x", 1);
+            raise(SIGSTOP);
+            return 2;
+        });
+    });
+    char byte = 0;
+    ASSERT_EQ(::read(ends[0], &byte, 1), 1);
+    const LogCapture log;
+    EXPECT_FALSE(UserDefaults(path).setObject(3, "key"));
+    EXPECT_THAT(log.errorLines(), testing::SizeIs(1));
+    EXPECT_EQ(UserDefaults(path).objectForKey("key").intValue(), 1); // reading takes no lock
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_TRUE(UserDefaults(path).setObject(3, "key"));
+}
 
 TEST_F(UserDefaultsFileTest, ProcessesThatWriteAtOnceLoseNothing)
 {

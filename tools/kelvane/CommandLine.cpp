@@ -35,6 +35,7 @@ std::vector<Command> defineCommands(CLI::App &application)
         defineArtworkCommand(application),
         defineHeicToJpegCommand(application),
         defineTypesCommand(application),
+        defineDevicesCommand(application),
         defineRunCommand(application),
     };
     // clang-format on

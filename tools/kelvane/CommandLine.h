@@ -41,6 +41,7 @@ Command defineInfoCommand(CLI::App &application);
 Command defineArtworkCommand(CLI::App &application);
 Command defineListCommand(CLI::App &application);
 Command defineRunCommand(CLI::App &application);
+Command defineDevicesCommand(CLI::App &application);
 Command defineHeicToJpegCommand(CLI::App &application);
 Command defineTypesCommand(CLI::App &application);
 
