@@ -42,3 +42,12 @@ function(kelvane_sources)
   target_sources(kelvane PRIVATE ${ARG_SOURCES}
     PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
 endfunction()
+
+# kelvane_uses(PREFIX MODULE…): links the library with what pkg-config knows as MODULE, which its users need not have
+# headers of. Kept for those who link it statically: they need the same libraries.
+function(kelvane_uses prefix)
+  pkg_check_modules(${prefix} REQUIRED IMPORTED_TARGET GLOBAL ${ARGN})
+  target_link_libraries(kelvane PRIVATE PkgConfig::${prefix})
+  list(JOIN ARGN " " modules)
+  set_property(GLOBAL APPEND PROPERTY KELVANE_USES "${prefix} ${modules}")
+endfunction()

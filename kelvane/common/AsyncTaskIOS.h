@@ -94,6 +94,7 @@ public:
     /// becomes this task's if steps are declared; its error fields are copied if it completed. False for null, or once
     /// this task is cancelled.
     bool waitTaskDone(const std::shared_ptr<IAsyncTask> &task, const Tasks *tasks, std::int32_t timeoutMs);
+    /// @selector waitTaskDone:timeout:
     /// The same for `task` alone. Intended: true for null, there is nothing to wait for.
     bool waitTaskDone(const std::shared_ptr<IAsyncTask> &task, std::int32_t timeoutMs);
     bool waitTaskDone(const std::shared_ptr<IAsyncTask> &task);
