@@ -40,7 +40,7 @@ SyncItemAsyncTask::SyncItemAsyncTask(WorkCallback work, Object workUserState,
     setSyncObject(_dataItem);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as all that is kept
+// NOLINTBEGIN(performance-unnecessary-value-param): by value, as all that is kept
 SyncItemAsyncTask::SyncItemAsyncTask(WorkCallback work, Object workUserState,
     std::shared_ptr<IAsyncTaskDelegate> syncCompletedDelegate, Object syncCompletedObject,
     std::shared_ptr<SyncItemCompletedDelegate> itemCompletedHandler, std::shared_ptr<IDataItem> dataItem)
@@ -48,6 +48,7 @@ SyncItemAsyncTask::SyncItemAsyncTask(WorkCallback work, Object workUserState,
         std::move(syncCompletedObject), std::move(itemCompletedHandler), actionFor(dataItem), dataItem)
 {
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 SyncItemAsyncTask::~SyncItemAsyncTask() = default;
 

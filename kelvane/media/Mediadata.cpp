@@ -26,7 +26,7 @@ Value tagNumber(const AudioMetadata *tags, NumberGetter getter)
     return tags ? (tags->*getter)() : Value();
 }
 
-String orEmpty(String text)
+String orEmpty(const String &text)
 {
     return text.isNull() ? String("") : text;
 }
@@ -66,10 +66,10 @@ Dictionary Mediadata::indexProperties() const
 
 String Mediadata::title() const
 {
-    const String tag = tagText(_mediaRef.get(), &AudioMetadata::GetTitle);
+    String tag = tagText(_mediaRef.get(), &AudioMetadata::GetTitle);
     if (!tag.isEmpty())
         return tag;
-    if (const String title = index("kMDItemTitle").string(); !title.isNull())
+    if (String title = index("kMDItemTitle").string(); !title.isNull())
         return title;
     if (const String name = index("kMDItemFSName").string(); !name.isNull())
         return deletingPathExtension(name);
@@ -246,7 +246,8 @@ std::int32_t Mediadata::estimatedBitrate() const
         return 128000;
     // Intended: these steps are no conversion of bytes to bits. Device databases have always been filled with what
     // comes out here, in single precision up to the product, and compare it.
-    const auto byteRate = static_cast<float>(fileSize() / seconds);
+    const std::int64_t wholeByteRate = fileSize() / seconds;
+    const auto byteRate = static_cast<float>(wholeByteRate);
     if (byteRate < 32000)
         return 128000;
     if (byteRate < 40000)

@@ -23,11 +23,13 @@ std::unique_ptr<FileHandle> openFile(const String &path, int flags)
 
 std::unique_ptr<FileHandle> FileHandle::forReading(const String &path)
 {
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the analyzer does not see who owns the result
     return openFile(path, O_RDONLY);
 }
 
 std::unique_ptr<FileHandle> FileHandle::forUpdating(const String &path)
 {
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
     return openFile(path, O_RDWR);
 }
 

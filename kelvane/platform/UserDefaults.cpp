@@ -50,7 +50,7 @@ struct UserDefaults::Private {
     using Content = UserDefaultsFile::Content;
     using State = UserDefaultsFile::State;
 
-    explicit Private(String path) : file(std::move(path)) {}
+    explicit Private(const String &path) : file(path) {}
 
     /// Everything, as it is now. What is wrong with the file is told once.
     Dictionary read()
@@ -114,7 +114,7 @@ UserDefaults &UserDefaults::standardUserDefaults()
     return defaults;
 }
 
-UserDefaults::UserDefaults(String path) : d(std::make_unique<Private>(std::move(path))) {}
+UserDefaults::UserDefaults(const String &path) : d(std::make_unique<Private>(path)) {}
 
 UserDefaults::~UserDefaults() = default;
 

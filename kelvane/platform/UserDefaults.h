@@ -32,7 +32,7 @@ public:
     [[nodiscard]] static UserDefaults &standardUserDefaults();
 
     /// The defaults in the file at `path`, which need not exist; a symbolic link stands for the file it leads to.
-    explicit UserDefaults(String path);
+    explicit UserDefaults(const String &path);
     ~UserDefaults();
     UserDefaults(const UserDefaults &) = delete;
     UserDefaults &operator=(const UserDefaults &) = delete;

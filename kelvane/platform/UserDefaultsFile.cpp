@@ -109,7 +109,7 @@ void makeFolders(const String &path)
 
 } // namespace
 
-UserDefaultsFile::UserDefaultsFile(String path) : _path(resolved(path)) {}
+UserDefaultsFile::UserDefaultsFile(const String &path) : _path(resolved(path)) {}
 
 UserDefaultsFile::Identity UserDefaultsFile::identity() const noexcept
 {

@@ -46,7 +46,7 @@ public:
         int _error = 0;
     };
 
-    explicit UserDefaultsFile(String path);
+    explicit UserDefaultsFile(const String &path);
 
     [[nodiscard]] const String &path() const noexcept { return _path; }
     [[nodiscard]] Identity identity() const noexcept;

@@ -23,9 +23,7 @@
 #include <unistd.h>
 
 using namespace kelvane;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using Clock = std::chrono::steady_clock;
 
 namespace {

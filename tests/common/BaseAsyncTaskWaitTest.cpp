@@ -14,7 +14,6 @@
 using namespace kelvane;
 using kelvane::testsupport::LogCapture;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using Clock = std::chrono::steady_clock;
 

@@ -11,7 +11,6 @@
 
 using namespace kelvane;
 using namespace kelvane::testsupport;
-using testing::ElementsAre;
 
 namespace {
 

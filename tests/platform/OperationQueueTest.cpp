@@ -19,7 +19,6 @@
 using namespace kelvane;
 using namespace kelvane::testsupport;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 namespace {
 

@@ -12,8 +12,6 @@
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
-using kelvane::Array;
-using kelvane::FMDatabase;
 using kelvane::SqliteHelper;
 using kelvane::String;
 using kelvane::testsupport::bytesOfFile;

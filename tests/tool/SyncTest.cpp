@@ -13,11 +13,9 @@ namespace kelvane::testsupport {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
-using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 

@@ -60,7 +60,7 @@ public:
     Ref(const Ref &other) noexcept : _object(other._object)
     {
         if (_object)
-            _object->retain();
+            _object->retain(); // NOLINT(clang-analyzer-cplusplus.NewDelete): as in the destructor
     }
     Ref(Ref &&other) noexcept : _object(std::exchange(other._object, nullptr)) {}
     Ref &operator=(Ref other) noexcept
