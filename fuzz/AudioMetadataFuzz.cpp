@@ -24,9 +24,9 @@ void kelvane::fuzz(std::string_view input)
              tags->GetGenre(), tags->GetAlbumArtist(), tags->GetCopyright(), tags->GetComposer(), tags->GetGrouping(),
              tags->GetLyrics(), tags->GetDescription(), tags->GetYear(), tags->GetReleaseDate()})
         require(text.isNull() || !text.isEmpty(), "an empty text is no tag");
-    for (const Value &number : {tags->GetTrackNumber(), tags->GetTrackTotal(), tags->GetDiscNumber(),
-             tags->GetDiscTotal(), tags->GetDuration(), tags->GetBitrate(), tags->GetSampleRate(),
-             tags->GetChannelsPerFrame()})
+    for (const Value &number :
+        {tags->GetTrackNumber(), tags->GetTrackTotal(), tags->GetDiscNumber(), tags->GetDiscTotal(),
+            tags->GetDuration(), tags->GetBitrate(), tags->GetSampleRate(), tags->GetChannelsPerFrame()})
         require(number.isNil() || number.isNumber(), "a number is a number or missing");
     std::size_t bytes = 0;
     for (const AttachedPicture &picture : tags->GetAttachedPictures())

@@ -6,7 +6,7 @@
 
 void kelvane::fuzz(std::string_view input)
 {
-    const Dictionary pairs = PropertyList::readStringsFile(String(input));
+    const Dictionary pairs = PropertyList::readStringsFile(String::fromUtf8(input));
     if (pairs.isNull())
         return;
     require(pairs.size() <= input.size(), "every pair has its bytes in the file");

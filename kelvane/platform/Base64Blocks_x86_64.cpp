@@ -17,14 +17,14 @@ namespace {
 
 // The classes of characters, by the two halves of a byte: a byte is a character of the alphabet where the two entries
 // have no bit in common.
-#define KELVANE_LOW_HALVES \
+#define KELVANE_LOW_HALVES                                                                                             \
     0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A
-#define KELVANE_HIGH_HALVES \
+#define KELVANE_HIGH_HALVES                                                                                            \
     0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10
 // What to add to a character of each class, the slash first, to get its value; and to a value to get its character.
 #define KELVANE_TO_VALUE 0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0
-#define KELVANE_TO_CHARACTER \
-    'a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, \
+#define KELVANE_TO_CHARACTER                                                                                           \
+    'a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,      \
         '+' - 62, '/' - 63, 'A', 0, 0
 #define KELVANE_SPREAD 1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10
 #define KELVANE_GATHER 2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1
@@ -45,10 +45,10 @@ namespace {
             _mm_mullo_epi16(_mm_and_si128(bytes, _mm_set1_epi32(0x003F03F0)), _mm_set1_epi32(0x01000010));
         const __m128i values = _mm_or_si128(odd, even);
         const __m128i isUpper = _mm_cmpgt_epi8(_mm_set1_epi8(26), values);
-        const __m128i classes = _mm_or_si128(
-            _mm_subs_epu8(values, _mm_set1_epi8(51)), _mm_and_si128(isUpper, _mm_set1_epi8(13)));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + written),
-            _mm_add_epi8(values, _mm_shuffle_epi8(toCharacter, classes)));
+        const __m128i classes =
+            _mm_or_si128(_mm_subs_epu8(values, _mm_set1_epi8(51)), _mm_and_si128(isUpper, _mm_set1_epi8(13)));
+        _mm_storeu_si128(
+            reinterpret_cast<__m128i *>(out + written), _mm_add_epi8(values, _mm_shuffle_epi8(toCharacter, classes)));
     }
     return {read, written};
 }
@@ -66,14 +66,13 @@ namespace {
     while (size - read >= 16 && room - written >= 16) {
         const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(source + read));
         const __m128i high = _mm_and_si128(_mm_srli_epi32(text, 4), slash);
-        const __m128i bad = _mm_and_si128(
-            _mm_shuffle_epi8(lowHalves, _mm_and_si128(text, slash)), _mm_shuffle_epi8(highHalves, high));
+        const __m128i bad =
+            _mm_and_si128(_mm_shuffle_epi8(lowHalves, _mm_and_si128(text, slash)), _mm_shuffle_epi8(highHalves, high));
         const __m128i shift = _mm_shuffle_epi8(toValue, _mm_add_epi8(_mm_cmpeq_epi8(text, slash), high));
         const __m128i pairs = _mm_maddubs_epi16(_mm_add_epi8(text, shift), _mm_set1_epi32(0x01400140));
         const __m128i groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
         _mm_storeu_si128(reinterpret_cast<__m128i *>(out + written), _mm_shuffle_epi8(groups, gather));
-        const auto others =
-            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(bad, _mm_setzero_si128())));
+        const auto others = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(bad, _mm_setzero_si128())));
         if (others == 0) {
             read += 16;
             written += 12;
@@ -136,8 +135,7 @@ namespace {
         const __m256i groups = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + written),
             _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(groups, gather), joinLanes));
-        const auto others =
-            static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpgt_epi8(bad, _mm256_setzero_si256())));
+        const auto others = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpgt_epi8(bad, _mm256_setzero_si256())));
         if (others == 0) {
             read += 32;
             written += 24;

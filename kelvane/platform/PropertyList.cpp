@@ -4,8 +4,8 @@
 #include <kelvane/platform/BinaryPropertyList_p.h>
 #include <kelvane/platform/TextPropertyList_p.h>
 
-#include <cstdlib>
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 
