@@ -7,6 +7,7 @@ option(KELVANE_BUILD_TOOL "Build the kelvane command" ${PROJECT_IS_TOP_LEVEL})
 option(KELVANE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(KELVANE_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(KELVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
+option(KELVANE_BUILD_FUZZERS "Build the fuzz targets with libFuzzer, which takes clang" OFF)
 set(KELVANE_SAMPLES "${PROJECT_SOURCE_DIR}/../shared/testdata" CACHE PATH
   "Folder of media files made by others, which tests read in place; they are skipped where it is absent")
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/detail/Base64Codec.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -15,17 +16,18 @@ constexpr bool isSkipped(unsigned char c) noexcept
     return (c >= 9 && c <= 13) || c == 32 || c == 160 || c == 255;
 }
 
-/// A text that is read from left to right up to its end or its first NUL.
+/// A text that is read from left to right up to its end or its first NUL. Looking for the NUL beforehand would touch a
+/// long text twice.
 struct Source {
     const unsigned char *next;
     const unsigned char *end;
 
     void skip() noexcept
     {
-        while (next != end && isSkipped(*next))
+        while (!isAtEnd() && isSkipped(*next))
             ++next;
     }
-    [[nodiscard]] bool isAtEnd() const noexcept { return next == end; }
+    [[nodiscard]] bool isAtEnd() const noexcept { return next == end || *next == 0; }
 };
 
 /// Whether what follows the first "=" is right, where `position` characters of a group stand before it.
@@ -43,10 +45,61 @@ bool endsWell(Source &source, unsigned position) noexcept
     return source.isAtEnd();
 }
 
+/// Whether the blocks, which know the standard alphabet alone, can be used.
+bool isStandard(const char *charset) noexcept
+{
+    return std::memcmp(charset, base64Charset, 64) == 0;
+}
+bool isStandard(const Base64ReverseTable &charset) noexcept
+{
+    return std::memcmp(charset.data(), base64Reverse.data(), base64Reverse.size()) == 0;
+}
+
+/// Takes whole groups of four clean characters, which nearly all of a text is, as far as there are any.
+void takeGroups(Source &source, std::uint8_t *&out, const std::uint8_t *outEnd, const Base64Blocks &blocks) noexcept
+{
+    constexpr std::ptrdiff_t worthBlocks = 32;
+    if (source.end - source.next >= worthBlocks) {
+        const auto [read, written] = blocks.decode(source.next, static_cast<std::size_t>(source.end - source.next), out,
+            static_cast<std::size_t>(outEnd - out));
+        source.next += read;
+        out += written;
+    }
+    for (; source.end - source.next >= 4 && outEnd - out >= 3; source.next += 4, out += 3) {
+        const std::uint32_t a = base64Reverse[source.next[0]];
+        const std::uint32_t b = base64Reverse[source.next[1]];
+        const std::uint32_t c = base64Reverse[source.next[2]];
+        const std::uint32_t d = base64Reverse[source.next[3]];
+        if ((a | b | c | d) >= 64)
+            return;
+        out[0] = static_cast<std::uint8_t>(a << 2 | b >> 4);
+        out[1] = static_cast<std::uint8_t>(b << 4 | c >> 2);
+        out[2] = static_cast<std::uint8_t>(c << 6 | d);
+    }
+}
+
+/// How many bytes a text gives if it is well-formed and all of its lines are as long as the first, as they mostly are.
+std::size_t likelySize(const unsigned char *text, std::size_t length) noexcept
+{
+    while (length > 0 && isSkipped(text[length - 1]))
+        --length;
+    for (int padding = 0; padding < 2 && length > 0 && text[length - 1] == '='; ++padding)
+        --length;
+    if (length == 0)
+        return 0;
+    constexpr std::size_t longestLine = 1024;
+    if (const void *lineFeed = std::memchr(text, '\n', std::min(length, longestLine))) {
+        const auto lineSize = static_cast<std::size_t>(static_cast<const unsigned char *>(lineFeed) - text) + 1;
+        const std::size_t breakSize = lineSize > 1 && text[lineSize - 2] == '\r' ? 2 : 1;
+        length -= (length - 1) / lineSize * breakSize;
+    }
+    return length / 4 * 3 + length % 4 * 3 / 4;
+}
+
 } // namespace
 
 std::size_t baseEncode(const std::uint8_t *srcBytes, std::size_t srcLen, char *destBytes, std::size_t destLen,
-    const char *charset, bool padded) noexcept
+    const char *charset, bool padded, const Base64Blocks &blocks) noexcept
 {
     if (!srcBytes || !destBytes || !charset || srcLen == 0)
         return 0;
@@ -56,7 +109,13 @@ std::size_t baseEncode(const std::uint8_t *srcBytes, std::size_t srcLen, char *d
         return 0;
     char *out = destBytes;
     const std::uint8_t *in = srcBytes;
-    for (const std::uint8_t *end = in + (srcLen - rest); in != end; in += 3, out += 4) {
+    const std::uint8_t *const end = in + (srcLen - rest);
+    if (isStandard(charset)) {
+        const auto [read, written] = blocks.encode(in, srcLen, out, destLen);
+        in += read;
+        out += written;
+    }
+    for (; in != end; in += 3, out += 4) {
         const std::uint32_t group = static_cast<std::uint32_t>(in[0] << 16 | in[1] << 8 | in[2]);
         out[0] = charset[group >> 18];
         out[1] = charset[group >> 12 & 63];
@@ -76,34 +135,23 @@ std::size_t baseEncode(const std::uint8_t *srcBytes, std::size_t srcLen, char *d
 }
 
 std::size_t baseDecode(const char *srcBytes, std::size_t srcLen, std::uint8_t *destBytes, std::size_t destLen,
-    const Base64ReverseTable &charset, bool requirePadding) noexcept
+    const Base64ReverseTable &charset, bool requirePadding, const Base64Blocks &blocks) noexcept
 {
     if (!srcBytes || !destBytes || srcLen == 0)
         return 0;
     const auto *start = reinterpret_cast<const unsigned char *>(srcBytes);
-    const void *nul = std::memchr(start, 0, srcLen);
-    Source source{start, nul ? static_cast<const unsigned char *>(nul) : start + srcLen};
+    Source source{start, start + srcLen};
+    const bool hasGroups = isStandard(charset);
     std::uint8_t *out = destBytes;
     const std::uint8_t *const outEnd = destBytes + destLen;
     std::uint32_t group = 0;
     unsigned position = 0;
     while (!source.isAtEnd()) {
-        // Groups of four clean characters, which nearly all of them are.
-        while (position == 0 && source.end - source.next >= 4 && outEnd - out >= 3) {
-            const std::uint32_t a = charset[source.next[0]];
-            const std::uint32_t b = charset[source.next[1]];
-            const std::uint32_t c = charset[source.next[2]];
-            const std::uint32_t d = charset[source.next[3]];
-            if ((a | b | c | d) >= 64)
+        if (hasGroups && position == 0) {
+            takeGroups(source, out, outEnd, blocks);
+            if (source.isAtEnd())
                 break;
-            out[0] = static_cast<std::uint8_t>(a << 2 | b >> 4);
-            out[1] = static_cast<std::uint8_t>(b << 4 | c >> 2);
-            out[2] = static_cast<std::uint8_t>(c << 6 | d);
-            source.next += 4;
-            out += 3;
         }
-        if (source.isAtEnd())
-            break;
         const unsigned char byte = *source.next++;
         if (isSkipped(byte))
             continue;
@@ -141,7 +189,7 @@ std::size_t baseDecode(const char *srcBytes, std::size_t srcLen, std::uint8_t *d
     return static_cast<std::size_t>(out - destBytes);
 }
 
-Data baseEncode(const void *bytes, std::size_t length, const char *charset, bool padded)
+Data baseEncode(const void *bytes, std::size_t length, const char *charset, bool padded, const Base64Blocks &blocks)
 {
     if (!bytes || length == 0 || length > std::numeric_limits<std::size_t>::max() / 2)
         return {};
@@ -149,18 +197,28 @@ Data baseEncode(const void *bytes, std::size_t length, const char *charset, bool
     const std::size_t size = length / 3 * 4 + (rest == 0 ? 0 : padded ? 4 : rest + 1);
     return Data::create(size, [&](std::span<std::byte> out) {
         static_cast<void>(baseEncode(static_cast<const std::uint8_t *>(bytes), length,
-            reinterpret_cast<char *>(out.data()), out.size(), charset, padded));
+            reinterpret_cast<char *>(out.data()), out.size(), charset, padded, blocks));
     });
 }
 
-Data baseDecode(const void *bytes, std::size_t length, const Base64ReverseTable &charset, bool requirePadding)
+Data baseDecode(const void *bytes, std::size_t length, const Base64ReverseTable &charset, bool requirePadding,
+    const Base64Blocks &blocks)
 {
     if (!bytes || length == 0)
         return {};
+    const auto decodeInto = [&](std::uint8_t *out, std::size_t room) {
+        return baseDecode(static_cast<const char *>(bytes), length, out, room, charset, requirePadding, blocks);
+    };
+    // Straight to where they stay, if the guess is right: a copy of a long result would cost as much as decoding it.
+    const std::size_t likely = likelySize(static_cast<const unsigned char *>(bytes), length);
+    std::size_t size = 0;
+    Data guessed = Data::create(likely,
+        [&](std::span<std::byte> out) { size = decodeInto(reinterpret_cast<std::uint8_t *>(out.data()), out.size()); });
+    if (size != 0)
+        return size == likely ? guessed : Data(guessed.bytes().first(size));
     const std::size_t room = length / 4 * 3 + 3;
     const std::unique_ptr<std::uint8_t[]> buffer(new std::uint8_t[room]);
-    const std::size_t size =
-        baseDecode(static_cast<const char *>(bytes), length, buffer.get(), room, charset, requirePadding);
+    size = decodeInto(buffer.get(), room);
     return size == 0 ? Data() : Data(buffer.get(), size);
 }
 

@@ -4,6 +4,7 @@
 #include <kelvane/platform/BinaryPropertyList_p.h>
 #include <kelvane/platform/TextPropertyList_p.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -77,6 +78,19 @@ Value readXml(std::string_view xml)
     return bytes ? detail::readBinaryPropertyList(std::string_view(bytes, size)) : Value();
 }
 
+/// Whether a text or a key in `value`, which is a property list, holds a NUL: XML cannot, and libplist would cut it off.
+bool holdsNul(const Value &value)
+{
+    const auto hasNul = [](const String &text) { return text.view().find('\0') != std::string_view::npos; };
+    const Dictionary pairs = value.dictionary();
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        if (hasNul(pairs.keyAt(i)) || holdsNul(pairs.valueAt(i)))
+            return true;
+    }
+    const Array values = value.array();
+    return hasNul(value.string()) || std::any_of(values.begin(), values.end(), holdsNul);
+}
+
 } // namespace
 
 Data PropertyList::toBinary(const Value &value)
@@ -87,7 +101,7 @@ Data PropertyList::toBinary(const Value &value)
 Data PropertyList::toXml(const Value &value)
 {
     const Data binary = toBinary(value);
-    if (binary.isNull() || binary.size() > std::numeric_limits<std::uint32_t>::max())
+    if (binary.isNull() || holdsNul(value) || binary.size() > std::numeric_limits<std::uint32_t>::max())
         return {};
     plist_t read = nullptr;
     plist_from_bin(binary.view().data(), static_cast<std::uint32_t>(binary.size()), &read);

@@ -26,7 +26,7 @@ public:
 
     /// The binary form; null where `value` holds nil, the null object, an Object or is nested too deep.
     [[nodiscard]] static Data toBinary(const Value &value);
-    /// The XML form; null for the same reasons.
+    /// The XML form; null for the same reasons, and where a text holds a NUL, which XML cannot.
     [[nodiscard]] static Data toXml(const Value &value);
 
     /// The property list in `data`, whichever its form; nil where it is none.

@@ -2,6 +2,8 @@
 #include <kelvane/common/Base64Encode.h>
 #include <kelvane/common/detail/Base64Codec.h>
 
+#include <tests/support/PlainBase64.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,11 +12,14 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kelvane {
 namespace {
 
 using namespace std::string_literals;
+using testsupport::plainBase64Decode;
+using testsupport::plainBase64Encode;
 
 Data bytes(const std::string &text)
 {
@@ -34,42 +39,6 @@ std::optional<std::string> asOptional(const Data &data)
 std::optional<std::string> decoded(const std::string &text)
 {
     return asOptional(Base64Encode::decodeData(bytes(text)));
-}
-
-/// The rules, one after the other, with no thought of speed: what the codec is compared with.
-std::optional<std::string> plainDecode(const std::string &input, bool requirePadding)
-{
-    const std::string text = input.substr(0, input.find('\0'));
-    constexpr std::string_view alphabet = detail::base64Charset;
-    constexpr std::string_view skipped = "\t\n\v\f\r \xA0\xFF";
-    const auto isSkipped = [&](char c) { return skipped.find(c) != std::string_view::npos; };
-    std::string clean;
-    for (const char c : text)
-        if (!isSkipped(c))
-            clean.push_back(c);
-    const std::size_t data = std::min(clean.find('='), clean.size());
-    const std::string padding = clean.substr(data);
-    clean.resize(data);
-    if (clean.find_first_not_of(alphabet) != std::string::npos)
-        return std::nullopt;
-    const std::size_t position = data % 4;
-    const std::string wanted = position == 2 ? "==" : position == 3 ? "=" : "";
-    if (position == 1 || (padding != wanted && (requirePadding || !padding.empty())))
-        return std::nullopt;
-    std::string out;
-    unsigned bits = 0;
-    unsigned held = 0;
-    for (const char c : clean) {
-        bits = (bits << 6 | static_cast<unsigned>(alphabet.find(c))) & 0xFFFFU;
-        held += 6;
-        if (held >= 8) {
-            held -= 8;
-            out.push_back(static_cast<char>(bits >> held & 255U));
-        }
-    }
-    if ((bits & ((1U << held) - 1)) != 0 || out.empty())
-        return std::nullopt;
-    return out;
 }
 
 TEST(Base64Encode, EncodesTheVectorsOfTheStandard)
@@ -215,9 +184,9 @@ TEST(Base64Encode, TextsOfTwoAndThreeCharactersFollowThePlainRules)
             text.clear();
             for (std::size_t rest = i, n = 0; n < size; ++n, rest /= 70)
                 text.push_back(alphabetOf70[rest % 70]);
-            ASSERT_EQ(decoded(text), plainDecode(text, true)) << testing::PrintToString(text);
+            ASSERT_EQ(decoded(text), plainBase64Decode(text, true)) << testing::PrintToString(text);
             ASSERT_EQ(asOptional(detail::baseDecode(text.data(), size, detail::base64Reverse, false)),
-                plainDecode(text, false))
+                plainBase64Decode(text, false))
                 << testing::PrintToString(text);
         }
     }
@@ -243,7 +212,7 @@ TEST(Base64Encode, TextsOfFourCharactersFollowThePlainRules)
                 size == 3 && out[0] == group >> 16 && out[1] == (group >> 8 & 255U) && out[2] == (group & 255U));
             continue;
         }
-        const auto expected = plainDecode(std::string(text, 4), true).value_or("");
+        const auto expected = plainBase64Decode(std::string(text, 4), true).value_or("");
         ASSERT_EQ(std::string_view(reinterpret_cast<const char *>(out), size), expected)
             << testing::PrintToString(std::string(text, 4));
     }
@@ -260,10 +229,151 @@ TEST(Base64Encode, RandomTextsFollowThePlainRules)
         std::string text = encoded(input);
         for (auto changes = random() % 4; changes > 0; --changes)
             text.insert(random() % (text.size() + 1), 1, odd[random() % odd.size()]);
-        ASSERT_EQ(decoded(text), plainDecode(text, true)) << testing::PrintToString(text);
+        ASSERT_EQ(decoded(text), plainBase64Decode(text, true)) << testing::PrintToString(text);
         ASSERT_EQ(asOptional(detail::baseDecode(text.data(), text.size(), detail::base64Reverse, false)),
-            plainDecode(text, false));
+            plainBase64Decode(text, false));
     }
+}
+
+/// Every way of this processor, one after the other.
+class Base64Ways : public testing::TestWithParam<detail::Base64Blocks> {
+protected:
+    static void expectPlain(const std::string &text)
+    {
+        for (const bool requirePadding : {true, false})
+            ASSERT_EQ(asOptional(detail::baseDecode(
+                          text.data(), text.size(), detail::base64Reverse, requirePadding, GetParam())),
+                plainBase64Decode(text, requirePadding))
+                << testing::PrintToString(text);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Here, Base64Ways,
+    testing::ValuesIn(detail::base64BlocksHere().begin(), detail::base64BlocksHere().end()), [](const auto &way) {
+        std::string name = way.param.name;
+        std::erase(name, '-');
+        return name;
+    });
+
+TEST_P(Base64Ways, EncodeAllLengthsAsThePlainRulesDo)
+{
+    std::mt19937 random(3);
+    std::string input;
+    for (std::size_t size = 1; size <= 400; ++size) {
+        input.push_back(static_cast<char>(random()));
+        for (const bool padded : {true, false})
+            ASSERT_EQ(asOptional(detail::baseEncode(input.data(), size, detail::base64Charset, padded, GetParam())),
+                plainBase64Encode(input, padded));
+    }
+}
+
+TEST_P(Base64Ways, DecodeAllLengthsAsThePlainRulesDo)
+{
+    std::mt19937 random(4);
+    std::string text;
+    for (int size = 1; size <= 400; ++size) {
+        text.push_back(detail::base64Charset[random() % 64]);
+        expectPlain(text);
+        expectPlain(text + "=");
+        expectPlain(text + "==");
+    }
+}
+
+TEST_P(Base64Ways, DecodeEveryByteAtEveryPlaceAsThePlainRulesDo)
+{
+    std::mt19937 random(5);
+    std::string text(200, ' ');
+    for (char &c : text)
+        c = detail::base64Charset[random() % 64];
+    for (std::size_t place = 0; place < 72; ++place) {
+        for (int byte = 0; byte < 256; ++byte) {
+            std::string changed = text;
+            changed[place] = static_cast<char>(byte);
+            expectPlain(changed);
+            changed.insert(place, 4 - (place % 4), static_cast<char>(byte));
+            expectPlain(changed);
+        }
+    }
+}
+
+TEST_P(Base64Ways, DecodeLinesOfAnyLengthAsThePlainRulesDo)
+{
+    std::mt19937 random(6);
+    std::string data(1000, ' ');
+    for (char &c : data)
+        c = static_cast<char>(random());
+    const std::string clean = encoded(data);
+    for (const std::string lineBreak : {"\n", "\r\n", "\n\n", " \n", "\xA0"}) {
+        for (std::size_t width = 1; width <= 140; ++width) {
+            std::string text = clean;
+            for (std::size_t at = width; at < text.size(); at += width + lineBreak.size())
+                text.insert(at, lineBreak);
+            ASSERT_EQ(asOptional(detail::baseDecode(text.data(), text.size(), detail::base64Reverse, true, GetParam())),
+                data);
+            expectPlain(text + lineBreak);
+            expectPlain(text.substr(0, text.size() - 1));
+            expectPlain(text.replace(text.size() / 2, 1, "-"));
+        }
+    }
+}
+
+TEST_P(Base64Ways, DecodeRandomTextsAsThePlainRulesDo)
+{
+    std::mt19937 random(7);
+    const std::string odd = "=\n\r \xA0\xFF-\0"s;
+    for (int round = 0; round < 10000; ++round) {
+        std::string input(1 + random() % 300, ' ');
+        for (char &c : input)
+            c = static_cast<char>(random());
+        std::string text = encoded(input);
+        for (auto changes = random() % 6; changes > 0; --changes)
+            text.insert(random() % (text.size() + 1), 1, odd[random() % odd.size()]);
+        expectPlain(text);
+    }
+}
+
+TEST_P(Base64Ways, StayWithinTheirBuffers)
+{
+    // Buffers of the exact size, so that the sanitizers see a byte too far.
+    for (std::size_t size = 1; size <= 200; ++size) {
+        const std::vector<std::uint8_t> input(size, 0xA5);
+        std::vector<char> text((size + 2) / 3 * 4);
+        std::vector<std::uint8_t> output(size);
+        ASSERT_EQ(
+            detail::baseEncode(input.data(), size, text.data(), text.size(), detail::base64Charset, true, GetParam()),
+            text.size());
+        ASSERT_EQ(
+            detail::baseDecode(text.data(), text.size(), output.data(), size, detail::base64Reverse, true, GetParam()),
+            size);
+        ASSERT_EQ(output, input);
+        ASSERT_EQ(detail::baseDecode(
+                      text.data(), text.size(), output.data(), size - 1, detail::base64Reverse, true, GetParam()),
+            0U);
+    }
+}
+
+TEST(Base64Encode, ANarrowGuessOfTheSizeCostsNothingButTime)
+{
+    // A first line that is shorter than the others, and an empty one, make the guess too small.
+    const std::string input(3000, 'x');
+    const std::string text = encoded(input);
+    EXPECT_EQ(decoded("\n" + text), input);
+    EXPECT_EQ(decoded("e\n" + text.substr(1)), input);
+    EXPECT_EQ(decoded(text.substr(0, 100) + "    " + text.substr(100)), input);
+    EXPECT_EQ(decoded(std::string(1000, ' ')), std::nullopt);
+}
+
+TEST(Base64Encode, OtherAlphabetsTakeTheRulesOneByOne)
+{
+    std::string charset = detail::base64Charset;
+    charset[62] = '-';
+    charset[63] = '_';
+    const auto reverse = detail::base64ReverseOf(charset.c_str());
+    const std::string input(300, '\xFB');
+    const Data text = detail::baseEncode(input.data(), input.size(), charset.c_str(), true);
+    EXPECT_EQ(text.view().substr(0, 4), "-_v7");
+    EXPECT_EQ(asOptional(detail::baseDecode(text.view().data(), text.size(), reverse, true)), input);
+    EXPECT_EQ(decoded(std::string(text.view())), std::nullopt);
 }
 
 TEST(Base64Encode, TheCoreLeavesPaddingOutWhereAsked)

@@ -52,6 +52,16 @@ TEST(PropertyList, EveryKindSurvivesTheBinaryForm)
     EXPECT_EQ(read.dictionary()["real"].kind(), Value::Kind::Double);
 }
 
+TEST(PropertyList, ATextWithANulIsRefusedByTheXmlFormOnly)
+{
+    const String text(std::string("a\0b", 3));
+    for (const Value &value :
+        {Value(text), Value(Array{1, text}), Value(Dictionary{{text, 1}}), Value(Dictionary{{"a", Array{text}}})}) {
+        EXPECT_TRUE(PropertyList::toXml(value).isNull());
+        EXPECT_EQ(PropertyList::read(PropertyList::toBinary(value)), value);
+    }
+}
+
 TEST(PropertyList, EveryKindSurvivesTheXmlForm)
 {
     const Data xml = PropertyList::toXml(everyKind());

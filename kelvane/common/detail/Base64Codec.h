@@ -3,6 +3,7 @@
 
 #include <kelvane/foundation/Data.h>
 #include <kelvane/foundation/Export.h>
+#include <kelvane/platform/detail/Base64Blocks.h>
 
 #include <array>
 #include <cstddef>
@@ -27,16 +28,20 @@ constexpr char base64Charset[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrst
 
 constexpr Base64ReverseTable base64Reverse = base64ReverseOf(base64Charset);
 
-/// The text of `length` bytes in the 64 characters of `charset`; null for no bytes.
-[[nodiscard]] KELVANE_EXPORT Data baseEncode(const void *bytes, std::size_t length, const char *charset, bool padded);
+/// The text of `length` bytes in the 64 characters of `charset`; null for no bytes. `blocks` are used for the standard
+/// alphabet; the result is the same with any.
+[[nodiscard]] KELVANE_EXPORT Data baseEncode(const void *bytes, std::size_t length, const char *charset, bool padded,
+    const Base64Blocks &blocks = base64Blocks());
 /// The bytes of a text; null for a malformed text and for one that stands for no bytes.
-[[nodiscard]] KELVANE_EXPORT Data baseDecode(
-    const void *bytes, std::size_t length, const Base64ReverseTable &charset, bool requirePadding);
+[[nodiscard]] KELVANE_EXPORT Data baseDecode(const void *bytes, std::size_t length, const Base64ReverseTable &charset,
+    bool requirePadding, const Base64Blocks &blocks = base64Blocks());
 
-/// The same between buffers: bytes written, 0 for failure, a destination that is too small included.
+/// The same between buffers: bytes written, 0 for failure, a destination that is too small included. What the
+/// destination holds behind them, or after a failure, is undefined.
 [[nodiscard]] KELVANE_EXPORT std::size_t baseEncode(const std::uint8_t *srcBytes, std::size_t srcLen, char *destBytes,
-    std::size_t destLen, const char *charset, bool padded) noexcept;
+    std::size_t destLen, const char *charset, bool padded, const Base64Blocks &blocks = base64Blocks()) noexcept;
 [[nodiscard]] KELVANE_EXPORT std::size_t baseDecode(const char *srcBytes, std::size_t srcLen, std::uint8_t *destBytes,
-    std::size_t destLen, const Base64ReverseTable &charset, bool requirePadding) noexcept;
+    std::size_t destLen, const Base64ReverseTable &charset, bool requirePadding,
+    const Base64Blocks &blocks = base64Blocks()) noexcept;
 
 } // namespace kelvane::detail
