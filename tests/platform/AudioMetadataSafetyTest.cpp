@@ -230,6 +230,59 @@ TEST(AudioMetadataSafety, ChaptersNestedInChaptersAreRefused)
     openInTime(folder.path("a.mp3"));
 }
 
+TEST(AudioMetadataSafety, NestedChaptersAreFoundHoweverTheTagHidesThem)
+{
+    const TemporaryFolder folder;
+    std::string nested;
+    for (int i = 0; i < 20000; ++i)
+        nested = frame("CHAP", "c\0"s + std::string(16, '\0') + nested);
+    const std::string title = frame("TIT2", "\x03T");
+    const std::string cover = frame("APIC", std::string(20000, '\xff'));
+    const auto refuses = [&](std::string tag, char version, char flags) {
+        tag[3] = version;
+        tag[5] = flags;
+        writeAll(folder.path("a.mp3"), tag);
+        const auto file = openInTime(folder.path("a.mp3"));
+        return !file || file->GetTitle().isNull();
+    };
+    EXPECT_TRUE(refuses(id3(title + cover + nested), 4, 0)) << "behind a cover";
+    EXPECT_TRUE(refuses(id3("\0\0\0\x06\1\0"s + title + nested), 4, 0x40)) << "behind an extended header";
+    // Sizes of version 3: the library goes by the name behind each frame.
+    const std::string plain = "APIC"s + bigEndian(200) + "\0\0"s + std::string(200, 'x');
+    const std::string chapters = "CHAP"s + bigEndian(static_cast<std::uint32_t>(nested.size())) + "\0\0"s + nested;
+    EXPECT_TRUE(refuses(id3(title + plain + chapters), 4, 0)) << "behind a size of the older kind";
+    EXPECT_TRUE(refuses(id3(title + plain + chapters), 3, 0)) << "in a tag of version 3";
+    // Each zero behind 0xff goes away before the library looks at the frames.
+    std::string stuffed = "APIC"s + bigEndian(200) + "\0\0"s;
+    for (int i = 0; i < 200; ++i)
+        stuffed += "\xff\0"s;
+    EXPECT_TRUE(refuses(id3(title + stuffed + chapters), 3, '\x80')) << "in an unsynchronised tag";
+}
+
+TEST(AudioMetadataSafety, CompressedFramesAreFoundHoweverTheTagHidesThem)
+{
+    const TemporaryFolder folder;
+    const auto plainFrame = [](const std::string &name, const std::string &body, char flags) {
+        return name + bigEndian(static_cast<std::uint32_t>(body.size())) + '\0' + flags + body;
+    };
+    const std::string title = plainFrame("TIT2", "\0T"s, 0);
+    const std::string bomb = plainFrame("TXXX", std::string(2000000, 'z'), '\x80');
+    std::string stuffed = plainFrame("APIC", std::string(200, '\xff'), 0);
+    for (std::size_t at = stuffed.size() - 199; at <= stuffed.size(); at += 2)
+        stuffed.insert(at, 1, '\0');
+    const auto refuses = [&](std::string tag, char flags) {
+        tag[3] = 3;
+        tag[5] = flags;
+        writeAll(folder.path("a.mp3"), tag);
+        const auto file = openInTime(folder.path("a.mp3"));
+        return !file || file->GetTitle().isNull();
+    };
+    EXPECT_FALSE(refuses(id3(title), 0));
+    EXPECT_TRUE(refuses(id3(title + bomb), 0));
+    EXPECT_TRUE(refuses(id3("\0\0\0\x06\0\0"s + title + bomb), 0x40)) << "behind an extended header";
+    EXPECT_TRUE(refuses(id3(title + stuffed + bomb), '\x80')) << "in an unsynchronised tag";
+}
+
 TEST(AudioMetadataSafety, CompressedFramesThatCouldFillTheMemoryAreNotInflated)
 {
     const TemporaryFolder folder;
