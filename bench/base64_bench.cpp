@@ -5,11 +5,9 @@
 //   256 KiB          clean text, fits the processor's caches
 //   256 KiB, lines   a line break every 76 characters; beside our own clean text, which the lines may cost as much as again
 //   64 MiB           clean text, does not fit
-// And the portable way beside the fastest.
 #include "support/Contest.h"
 
 #include <kelvane/common/Base64Encode.h>
-#include <kelvane/common/detail/Base64Codec.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -52,16 +50,6 @@ std::size_t ourEncode(const std::string &data)
 std::size_t ourDecode(const std::string &text)
 {
     return Base64Encode::decodeBytes(text.data(), text.size()).size();
-}
-std::size_t portableEncode(const std::string &data)
-{
-    const auto &portable = detail::base64BlocksHere().front();
-    return detail::baseEncode(data.data(), data.size(), detail::base64Charset, true, portable).size();
-}
-std::size_t portableDecode(const std::string &text)
-{
-    const auto &portable = detail::base64BlocksHere().front();
-    return detail::baseDecode(text.data(), text.size(), detail::base64Reverse, true, portable).size();
 }
 std::size_t modpEncode(const std::string &data)
 {
@@ -146,14 +134,12 @@ int main()
         .peer("modp_b64", 0.2, round(modpEncode, small, smallText.size()))
         .peer("OpenSSL", 0, round(opensslEncode, small, smallText.size()))
         .peer("GLib", 0, round(glibEncode, small, smallText.size()))
-        .peer("our portable way", 0, round(portableEncode, small, smallText.size()))
         .run(15);
     Contest("base64", "decode 256 KiB", microseconds)
         .ours(round(ourDecode, smallText, small.size()))
         .peer("modp_b64", 0.2, round(modpDecode, smallText, small.size()))
         .peer("OpenSSL", 0, round(opensslDecode, smallText, small.size()))
         .peer("GLib", 0, round(glibDecode, smallText, small.size()))
-        .peer("our portable way", 0, round(portableDecode, smallText, small.size()))
         .run(15);
 
     const std::string lines = withLines(smallText);
