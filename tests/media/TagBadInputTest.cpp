@@ -4,6 +4,8 @@
 #include <kelvane/media/Mediadata.h>
 #include <kelvane/media/TagFile.h>
 #include <kelvane/platform/AudioMetadata.h>
+#include <kelvane/platform/Image.h>
+#include <kelvane/platform/Thumbnail.h>
 
 #include "tests/support/MediaFiles.h"
 
@@ -51,6 +53,8 @@ protected:
         (void)metadata->duration();
         (void)metadata->bitrate();
         (void)file.saveLyrics("La la");
+        (void)Image::fromFile(path.native());
+        (void)Thumbnail::jpegOfFile(path.native());
     }
 
     /// Reads a file in a child process, and fails where that ends otherwise, takes too much, or leaves something.
@@ -230,4 +234,32 @@ TEST_F(BadInput, RealFilesWithBytesOverwritten)
             expectBytesBounded(entry.path().filename(), damaged, "round " + std::to_string(round));
         }
     }
+}
+
+TEST_F(BadInput, PicturesThatClaim60000By60000Pixels)
+{
+    REQUIRE_FFMPEG();
+    const auto make = [this](const std::string &name) {
+        const auto path = folder.path(name);
+        runShell("ffmpeg -v error -y -f lavfi -i testsrc=s=64x48 -frames:v 1 " + quoted(path.native()));
+        return readAll(path);
+    };
+    std::string jpeg = make("a.jpg");
+    jpeg.replace(jpeg.find("\xff\xc0"s) + 5, 4, "\xea\x60\xea\x60");
+    expectBytesBounded("bomb.jpg", jpeg);
+    std::string png = make("a.png");
+    png.replace(16, 8, "\0\0\xea\x60\0\0\xea\x60"s);
+    expectBytesBounded("bomb.png", png);
+    std::string gif = make("a.gif");
+    gif.replace(6, 4, "\x60\xea\x60\xea");
+    expectBytesBounded("bomb.gif", gif);
+    std::string bmp = make("a.bmp");
+    bmp.replace(18, 8, "\x60\xea\0\0\x60\xea\0\0"s);
+    expectBytesBounded("bomb.bmp", bmp);
+    std::string tiff = make("a.tiff"); // little-endian: width 256 and height 257, as numbers of 16 or 32 bits
+    for (const char tag : {'\0', '\1'})
+        for (const char type : {'\3', '\4'})
+            if (const auto at = tiff.find({tag, '\1', type, '\0', '\1', '\0', '\0', '\0'}); at != std::string::npos)
+                tiff.replace(at + 8, 2, "\x60\xea");
+    expectBytesBounded("bomb.tiff", tiff);
 }

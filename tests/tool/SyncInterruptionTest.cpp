@@ -113,5 +113,42 @@ TEST_F(SyncInterruption, KilledAtAnyMomentTheNextRunFinishesTheJob)
     }
 }
 
+TEST_F(SyncInterruption, KilledWhileArtworkIsStoredTheNextRunFinishesTheJob)
+{
+    addMedia("song.mp3", "a.mp3");
+    addMedia("film.mp4", "b.mp4");
+    addMedia("photo.jpg", "c.jpg");
+    addSongs(40);
+    int killed = 0;
+    for (std::size_t pictures = 1; pictures <= 2; ++pictures) {
+        fs::remove_all(device());
+        fs::create_directory(device());
+        const fs::path artwork = device(".kelvane/artwork");
+        ToolProcess process({"sync", "--jobs", "2", source(), device()});
+        const auto count = [&artwork] {
+            std::error_code error;
+            const fs::directory_iterator entries(artwork, error);
+            return error ? 0 : static_cast<std::size_t>(std::distance(fs::begin(entries), fs::end(entries)));
+        };
+        // From the first name in the folder on: a picture is being stored, or has just been.
+        while (process.isRunning() && count() < pictures)
+            std::this_thread::yield();
+        process.signal(SIGKILL);
+        killed += process.wait() == -SIGKILL ? 1 : 0;
+        expectConsistent();
+        ASSERT_EQ(sync().code, 0);
+        expectComplete();
+        std::set<std::string> used;
+        for (const auto &[path, item] : library())
+            if (item["devArtworkPath"].is_string() && item["devArtworkPath"] != "")
+                used.insert(device(item["devArtworkPath"].get<std::string>()));
+        EXPECT_EQ(used.size(), count()) << "leftovers or missing pictures";
+        for (const std::string &picture : used)
+            EXPECT_EQ(read(picture).substr(0, 2), "\xff\xd8") << picture;
+        EXPECT_EQ(summaryOfSync()["unchanged"], sourceFiles().size());
+    }
+    EXPECT_GT(killed, 0) << "no run was killed in time";
+}
+
 } // namespace
 } // namespace kelvane::testsupport
