@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/detail/Base64Codec.h>
 
+#include <kelvane/platform/detail/LargePages.h>
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -53,29 +55,6 @@ bool isStandard(const char *charset) noexcept
 bool isStandard(const Base64ReverseTable &charset) noexcept
 {
     return std::memcmp(charset.data(), base64Reverse.data(), base64Reverse.size()) == 0;
-}
-
-/// Takes whole groups of four clean characters, which nearly all of a text is, as far as there are any.
-void takeGroups(Source &source, std::uint8_t *&out, const std::uint8_t *outEnd, const Base64Blocks &blocks) noexcept
-{
-    constexpr std::ptrdiff_t worthBlocks = 32;
-    if (source.end - source.next >= worthBlocks) {
-        const auto [read, written] = blocks.decode(source.next, static_cast<std::size_t>(source.end - source.next), out,
-            static_cast<std::size_t>(outEnd - out));
-        source.next += read;
-        out += written;
-    }
-    for (; source.end - source.next >= 4 && outEnd - out >= 3; source.next += 4, out += 3) {
-        const std::uint32_t a = base64Reverse[source.next[0]];
-        const std::uint32_t b = base64Reverse[source.next[1]];
-        const std::uint32_t c = base64Reverse[source.next[2]];
-        const std::uint32_t d = base64Reverse[source.next[3]];
-        if ((a | b | c | d) >= 64)
-            return;
-        out[0] = static_cast<std::uint8_t>(a << 2 | b >> 4);
-        out[1] = static_cast<std::uint8_t>(b << 4 | c >> 2);
-        out[2] = static_cast<std::uint8_t>(c << 6 | d);
-    }
 }
 
 /// How many bytes a text gives if it is well-formed and all of its lines are as long as the first, as they mostly are.
@@ -148,7 +127,11 @@ std::size_t baseDecode(const char *srcBytes, std::size_t srcLen, std::uint8_t *d
     unsigned position = 0;
     while (!source.isAtEnd()) {
         if (hasGroups && position == 0) {
-            takeGroups(source, out, outEnd, blocks);
+            // Whole groups of clean characters, which nearly all of a text is.
+            const auto [read, written] = blocks.decode(source.next, static_cast<std::size_t>(source.end - source.next),
+                out, static_cast<std::size_t>(outEnd - out));
+            source.next += read;
+            out += written;
             if (source.isAtEnd())
                 break;
         }
@@ -196,6 +179,7 @@ Data baseEncode(const void *bytes, std::size_t length, const char *charset, bool
     const std::size_t rest = length % 3;
     const std::size_t size = length / 3 * 4 + (rest == 0 ? 0 : padded ? 4 : rest + 1);
     return Data::create(size, [&](std::span<std::byte> out) {
+        preferLargePages(out);
         static_cast<void>(baseEncode(static_cast<const std::uint8_t *>(bytes), length,
             reinterpret_cast<char *>(out.data()), out.size(), charset, padded, blocks));
     });
@@ -212,8 +196,10 @@ Data baseDecode(const void *bytes, std::size_t length, const Base64ReverseTable 
     // Straight to where they stay, if the guess is right: a copy of a long result would cost as much as decoding it.
     const std::size_t likely = likelySize(static_cast<const unsigned char *>(bytes), length);
     std::size_t size = 0;
-    Data guessed = Data::create(likely,
-        [&](std::span<std::byte> out) { size = decodeInto(reinterpret_cast<std::uint8_t *>(out.data()), out.size()); });
+    Data guessed = Data::create(likely, [&](std::span<std::byte> out) {
+        preferLargePages(out);
+        size = decodeInto(reinterpret_cast<std::uint8_t *>(out.data()), out.size());
+    });
     if (size != 0)
         return size == likely ? guessed : Data(guessed.bytes().first(size));
     const std::size_t room = length / 4 * 3 + 3;

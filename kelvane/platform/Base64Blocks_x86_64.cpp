@@ -3,7 +3,7 @@
 
 #if defined(__x86_64__)
 
-#include <bit>
+#include <algorithm>
 
 #include <immintrin.h>
 
@@ -53,39 +53,47 @@ namespace {
     return {read, written};
 }
 
-[[gnu::target("ssse3")]] Base64Progress decodeSsse3(
-    const unsigned char *source, std::size_t size, std::uint8_t *out, std::size_t room) noexcept
+[[gnu::target("ssse3"), gnu::always_inline]] inline bool decodeVectorSsse3(
+    const unsigned char *source, std::uint8_t *out) noexcept
 {
     const __m128i lowHalves = _mm_setr_epi8(KELVANE_LOW_HALVES);
     const __m128i highHalves = _mm_setr_epi8(KELVANE_HIGH_HALVES);
     const __m128i toValue = _mm_setr_epi8(KELVANE_TO_VALUE);
     const __m128i gather = _mm_setr_epi8(KELVANE_GATHER);
     const __m128i slash = _mm_set1_epi8(0x2F);
-    std::size_t read = 0;
-    std::size_t written = 0;
-    while (size - read >= 16 && room - written >= 16) {
-        const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(source + read));
-        const __m128i high = _mm_and_si128(_mm_srli_epi32(text, 4), slash);
-        const __m128i bad =
-            _mm_and_si128(_mm_shuffle_epi8(lowHalves, _mm_and_si128(text, slash)), _mm_shuffle_epi8(highHalves, high));
-        const __m128i shift = _mm_shuffle_epi8(toValue, _mm_add_epi8(_mm_cmpeq_epi8(text, slash), high));
-        const __m128i pairs = _mm_maddubs_epi16(_mm_add_epi8(text, shift), _mm_set1_epi32(0x01400140));
-        const __m128i groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + written), _mm_shuffle_epi8(groups, gather));
-        const auto others = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(bad, _mm_setzero_si128())));
-        if (others == 0) {
-            read += 16;
-            written += 12;
-            continue;
-        }
-        const auto clean = static_cast<std::size_t>(std::countr_zero(others));
-        const std::size_t taken = charactersTaken(source + read, source + size, clean);
-        read += taken;
-        written += clean / 4 * 3;
-        if (taken <= clean)
-            break;
+    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i *>(source));
+    const __m128i high = _mm_and_si128(_mm_srli_epi32(text, 4), slash);
+    const __m128i bad =
+        _mm_and_si128(_mm_shuffle_epi8(lowHalves, _mm_and_si128(text, slash)), _mm_shuffle_epi8(highHalves, high));
+    if (_mm_movemask_epi8(_mm_cmpgt_epi8(bad, _mm_setzero_si128())) != 0)
+        return false;
+    const __m128i shift = _mm_shuffle_epi8(toValue, _mm_add_epi8(_mm_cmpeq_epi8(text, slash), high));
+    const __m128i pairs = _mm_maddubs_epi16(_mm_add_epi8(text, shift), _mm_set1_epi32(0x01400140));
+    const __m128i groups = _mm_madd_epi16(pairs, _mm_set1_epi32(0x00011000));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_shuffle_epi8(groups, gather));
+    return true;
+}
+
+[[gnu::target("ssse3")]] std::size_t decodeLinesSsse3(
+    const unsigned char *source, std::size_t lines, LineShape shape, std::uint8_t *out) noexcept
+{
+    std::size_t line = 0;
+    if (shape.size == 16) {
+        while (line < lines && decodeVectorSsse3(source + line * 16, out + line * 12))
+            ++line;
+        return line;
     }
-    return {read, written};
+    const std::size_t last = shape.characters - 16;
+    for (; line < lines && shape.breaksWell(source); ++line, source += shape.size, out += shape.characters / 4 * 3) {
+        for (std::size_t at = 0; at < last; at += 16) {
+            if (!decodeVectorSsse3(source + at, out + at / 4 * 3))
+                return line;
+        }
+        // The last one begins where it ends with the line, and may do a part of the one before again.
+        if (!decodeVectorSsse3(source + last, out + last / 4 * 3))
+            return line;
+    }
+    return line;
 }
 
 [[gnu::target("avx2")]] Base64Progress encodeAvx2(
@@ -114,8 +122,8 @@ namespace {
     return {read, written};
 }
 
-[[gnu::target("avx2")]] Base64Progress decodeAvx2(
-    const unsigned char *source, std::size_t size, std::uint8_t *out, std::size_t room) noexcept
+[[gnu::target("avx2"), gnu::always_inline]] inline bool decodeVectorAvx2(
+    const unsigned char *source, std::uint8_t *out) noexcept
 {
     const __m256i lowHalves = _mm256_setr_epi8(KELVANE_LOW_HALVES, KELVANE_LOW_HALVES);
     const __m256i highHalves = _mm256_setr_epi8(KELVANE_HIGH_HALVES, KELVANE_HIGH_HALVES);
@@ -123,32 +131,40 @@ namespace {
     const __m256i gather = _mm256_setr_epi8(KELVANE_GATHER, KELVANE_GATHER);
     const __m256i joinLanes = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
     const __m256i slash = _mm256_set1_epi8(0x2F);
-    std::size_t read = 0;
-    std::size_t written = 0;
-    while (size - read >= 32 && room - written >= 32) {
-        const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(source + read));
-        const __m256i high = _mm256_and_si256(_mm256_srli_epi32(text, 4), slash);
-        const __m256i bad = _mm256_and_si256(
-            _mm256_shuffle_epi8(lowHalves, _mm256_and_si256(text, slash)), _mm256_shuffle_epi8(highHalves, high));
-        const __m256i shift = _mm256_shuffle_epi8(toValue, _mm256_add_epi8(_mm256_cmpeq_epi8(text, slash), high));
-        const __m256i pairs = _mm256_maddubs_epi16(_mm256_add_epi8(text, shift), _mm256_set1_epi32(0x01400140));
-        const __m256i groups = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
-        _mm256_storeu_si256(reinterpret_cast<__m256i *>(out + written),
-            _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(groups, gather), joinLanes));
-        const auto others = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpgt_epi8(bad, _mm256_setzero_si256())));
-        if (others == 0) {
-            read += 32;
-            written += 24;
-            continue;
-        }
-        const auto clean = static_cast<std::size_t>(std::countr_zero(others));
-        const std::size_t taken = charactersTaken(source + read, source + size, clean);
-        read += taken;
-        written += clean / 4 * 3;
-        if (taken <= clean)
-            break;
+    const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(source));
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi32(text, 4), slash);
+    const __m256i bad = _mm256_and_si256(
+        _mm256_shuffle_epi8(lowHalves, _mm256_and_si256(text, slash)), _mm256_shuffle_epi8(highHalves, high));
+    if (_mm256_movemask_epi8(_mm256_cmpgt_epi8(bad, _mm256_setzero_si256())) != 0)
+        return false;
+    const __m256i shift = _mm256_shuffle_epi8(toValue, _mm256_add_epi8(_mm256_cmpeq_epi8(text, slash), high));
+    const __m256i pairs = _mm256_maddubs_epi16(_mm256_add_epi8(text, shift), _mm256_set1_epi32(0x01400140));
+    const __m256i groups = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
+    _mm256_storeu_si256(
+        reinterpret_cast<__m256i *>(out), _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(groups, gather), joinLanes));
+    return true;
+}
+
+[[gnu::target("avx2")]] std::size_t decodeLinesAvx2(
+    const unsigned char *source, std::size_t lines, LineShape shape, std::uint8_t *out) noexcept
+{
+    std::size_t line = 0;
+    if (shape.size == 32) {
+        while (line < lines && decodeVectorAvx2(source + line * 32, out + line * 24))
+            ++line;
+        return line;
     }
-    return {read, written};
+    const std::size_t last = shape.characters - 32;
+    for (; line < lines && shape.breaksWell(source); ++line, source += shape.size, out += shape.characters / 4 * 3) {
+        for (std::size_t at = 0; at < last; at += 32) {
+            if (!decodeVectorAvx2(source + at, out + at / 4 * 3))
+                return line;
+        }
+        // The last one begins where it ends with the line, and may do a part of the one before again.
+        if (!decodeVectorAvx2(source + last, out + last / 4 * 3))
+            return line;
+    }
+    return line;
 }
 
 /// The forms without a mask make g++ 12 warn of its own header.
@@ -200,35 +216,43 @@ constexpr Table spreadAndGather = [] {
     return {read, written};
 }
 
-[[gnu::target("avx512f,avx512bw,avx512vbmi")]] Base64Progress decodeAvx512(
-    const unsigned char *source, std::size_t size, std::uint8_t *out, std::size_t room) noexcept
+[[gnu::target("avx512f,avx512bw,avx512vbmi"), gnu::always_inline]] inline __m512i decodeVectorAvx512(
+    const unsigned char *source, std::uint8_t *out, __m512i others) noexcept
 {
-    const __m512i valuesBelow64 = _mm512_load_si512(valuesOfCharacters.entries);
-    const __m512i valuesAbove = _mm512_load_si512(valuesOfCharacters.entries + 64);
-    const __m512i gather = _mm512_load_si512(spreadAndGather.entries + 64);
-    std::size_t read = 0;
-    std::size_t written = 0;
-    while (size - read >= 64 && room - written >= 64) {
-        const __m512i text = _mm512_loadu_si512(source + read);
-        const __m512i values = _mm512_permutex2var_epi8(valuesBelow64, text, valuesAbove);
-        const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
-        const __m512i groups = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
-        _mm512_storeu_si512(out + written, _mm512_maskz_permutexvar_epi8(allBytes, gather, groups));
-        // Bytes beyond ASCII have the upper bit themselves.
-        const std::uint64_t others = _mm512_movepi8_mask(_mm512_or_si512(values, text));
-        if (others == 0) {
-            read += 64;
-            written += 48;
-            continue;
-        }
-        const auto clean = static_cast<std::size_t>(std::countr_zero(others));
-        const std::size_t taken = charactersTaken(source + read, source + size, clean);
-        read += taken;
-        written += clean / 4 * 3;
-        if (taken <= clean)
-            break;
+    const __m512i text = _mm512_loadu_si512(source);
+    const __m512i values = _mm512_permutex2var_epi8(
+        _mm512_load_si512(valuesOfCharacters.entries), text, _mm512_load_si512(valuesOfCharacters.entries + 64));
+    const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
+    const __m512i groups = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
+    _mm512_storeu_si512(
+        out, _mm512_maskz_permutexvar_epi8(allBytes, _mm512_load_si512(spreadAndGather.entries + 64), groups));
+    // The upper bit is that of characters outside the alphabet, and that of bytes beyond ASCII.
+    constexpr int orAll = 0xFE;
+    return _mm512_ternarylogic_epi32(others, values, text, orAll);
+}
+
+[[gnu::target("avx512f,avx512bw,avx512vbmi")]] std::size_t decodeLinesAvx512(
+    const unsigned char *source, std::size_t lines, LineShape shape, std::uint8_t *out) noexcept
+{
+    const __m512i noOthers = _mm512_setzero_si512();
+    std::size_t line = 0;
+    if (shape.size == 64) {
+        while (
+            line < lines && _mm512_movepi8_mask(decodeVectorAvx512(source + line * 64, out + line * 48, noOthers)) == 0)
+            ++line;
+        return line;
     }
-    return {read, written};
+    const std::size_t last = shape.characters - 64;
+    for (; line < lines && shape.breaksWell(source); ++line, source += shape.size, out += shape.characters / 4 * 3) {
+        __m512i others = noOthers;
+        for (std::size_t at = 0; at < last; at += 64)
+            others = decodeVectorAvx512(source + at, out + at / 4 * 3, others);
+        // The last one begins where it ends with the line, and may do a part of the one before again.
+        others = decodeVectorAvx512(source + last, out + last / 4 * 3, others);
+        if (_mm512_movepi8_mask(others) != 0)
+            return line;
+    }
+    return line;
 }
 
 } // namespace
@@ -237,11 +261,11 @@ std::size_t addVectorBase64Blocks(std::span<Base64Blocks> ways) noexcept
 {
     std::size_t count = 0;
     if (__builtin_cpu_supports("ssse3"))
-        ways[count++] = {"SSSE3", encodeSsse3, decodeSsse3};
+        ways[count++] = {"SSSE3", encodeSsse3, decodeLong<decodeLinesSsse3, 16>};
     if (__builtin_cpu_supports("avx2"))
-        ways[count++] = {"AVX2", encodeAvx2, decodeAvx2};
+        ways[count++] = {"AVX2", encodeAvx2, decodeLong<decodeLinesAvx2, 32>};
     if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi"))
-        ways[count++] = {"AVX-512", encodeAvx512, decodeAvx512};
+        ways[count++] = {"AVX-512", encodeAvx512, decodeLong<decodeLinesAvx512, 64>};
     return count;
 }
 

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 
 namespace kelvane {
@@ -138,10 +137,9 @@ TEST(StringExtensions, IsMatchOfANullOrMalformedPatternIsFalse)
 
 TEST(StringExtensions, IsMatchGivesUpOnPatternsThatNeverEnd)
 {
-    const auto start = std::chrono::steady_clock::now();
+    // Without a limit each of these would take longer than the test may run, by far.
     EXPECT_FALSE(isMatch(std::string(64, 'a'), "(a+)+b"));
     EXPECT_FALSE(isMatch(std::string(64, 'a'), "(a|aa)+$b"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
 
 TEST(StringExtensions, StringReverseReversesUtf16Units)

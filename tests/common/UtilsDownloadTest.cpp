@@ -5,9 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <iterator>
+#include <semaphore>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,11 +23,16 @@
 namespace kelvane {
 namespace {
 
+struct Answer {
+    std::string text;
+    bool stalls = false; ///< hangs up only when the test says so
+};
+
 /// An HTTP server on loopback that answers each connection with the next of its answers and then hangs up. It ends
 /// with the last one.
 class Server {
 public:
-    explicit Server(std::vector<std::string> answers) : _listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    explicit Server(std::vector<Answer> answers) : _listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
         sockaddr_in address = {};
         address.sin_family = AF_INET;
@@ -35,12 +43,13 @@ public:
         EXPECT_EQ(getsockname(_listener, reinterpret_cast<sockaddr *>(&address), &size), 0);
         _port = ntohs(address.sin_port);
         _thread = std::thread([this, answers = std::move(answers)] {
-            for (const std::string &answer : answers)
+            for (const Answer &answer : answers)
                 serve(answer);
         });
     }
     ~Server()
     {
+        hangUp();
         shutdown(_listener, SHUT_RDWR); // for a test that failed before it asked for all answers
         _thread.join();
         close(_listener);
@@ -48,10 +57,15 @@ public:
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
 
+    /// Waits until an answer stalls.
+    void waitForStall() { _stalled.acquire(); }
+    /// Lets the answer that stalls end.
+    void hangUp() { _hangUp.release(); }
+
     [[nodiscard]] String url() const { return "http://127.0.0.1:" + std::to_string(_port) + "/file"; }
 
 private:
-    void serve(const std::string &answer) const
+    void serve(const Answer &answer)
     {
         const int connection = accept4(_listener, nullptr, nullptr, SOCK_CLOEXEC);
         if (connection < 0)
@@ -64,18 +78,30 @@ private:
                 break;
             request.append(buffer, static_cast<std::size_t>(size));
         }
-        EXPECT_EQ(send(connection, answer.data(), answer.size(), MSG_NOSIGNAL), static_cast<ssize_t>(answer.size()));
+        EXPECT_EQ(send(connection, answer.text.data(), answer.text.size(), MSG_NOSIGNAL),
+            static_cast<ssize_t>(answer.text.size()));
+        if (answer.stalls) {
+            _stalled.release();
+            _hangUp.acquire();
+        }
         close(connection);
     }
 
     const int _listener;
     std::uint16_t _port = 0;
+    std::counting_semaphore<> _stalled{0};
+    std::counting_semaphore<> _hangUp{0};
     std::thread _thread;
 };
 
-std::string answer(std::size_t promised, const std::string &body)
+Answer answer(std::size_t promised, const std::string &body, const std::string &status = "200 OK")
 {
-    return "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " + std::to_string(promised) + "\r\n\r\n" + body;
+    return {"HTTP/1.1 " + status + "\r\nConnection: close\r\nContent-Length: " + std::to_string(promised) + "\r\n\r\n"
+        + body};
+}
+Answer stalledAnswer(std::size_t promised, const std::string &body)
+{
+    return {answer(promised, body).text, true};
 }
 
 class UtilsDownloadOverHttp : public testing::Test {
@@ -96,16 +122,35 @@ protected:
 
 TEST_F(UtilsDownloadOverHttp, TriesAgainAfterHangUpsAndTruncatedAnswers)
 {
-    const Server server({"", answer(5, "123"), answer(5, "12345")});
+    const Server server({Answer{}, answer(5, "123"), answer(5, "12345")});
     EXPECT_EQ(Utils::downloadModule(folder.string("file"), server.url(), 5), 0);
     EXPECT_EQ(content(), "12345");
 }
 
 TEST_F(UtilsDownloadOverHttp, GivesUpAfterSixAnswersThatAreTooShort)
 {
-    const Server server(std::vector<std::string>(6, answer(3, "123")));
+    const Server server(std::vector<Answer>(6, answer(3, "123")));
     EXPECT_EQ(Utils::downloadModule(folder.string("file"), server.url(), 5), -1);
     EXPECT_EQ(content(), "123");
+}
+
+TEST_F(UtilsDownloadOverHttp, WaitsForAnAnswerThatStallsAndTriesAgainOnceItIsCut)
+{
+    Server server({stalledAnswer(5, "123"), answer(5, "12345")});
+    auto result =
+        std::async(std::launch::async, [&] { return Utils::downloadModule(folder.string("file"), server.url(), 5); });
+    server.waitForStall();
+    EXPECT_EQ(result.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    server.hangUp();
+    EXPECT_EQ(result.get(), 0);
+    EXPECT_EQ(content(), "12345");
+}
+
+TEST_F(UtilsDownloadOverHttp, AnErrorPageCountsByItsSizeAsAnyAnswer)
+{
+    const Server server({answer(4, "gone", "404 Not Found"), answer(5, "error", "500 Internal Server Error")});
+    EXPECT_EQ(Utils::downloadModule(folder.string("file"), server.url(), 5), 0);
+    EXPECT_EQ(content(), "error");
 }
 
 TEST_F(UtilsDownloadOverHttp, GivesUpWhereNobodyAnswers)
