@@ -228,9 +228,9 @@ TEST_P(MediadataTagReaders, AgreeOnThePictures)
 }
 
 INSTANTIATE_TEST_SUITE_P(RealFiles, MediadataTagReaders, testing::ValuesIn(realFiles()), [](const auto &each) {
-    std::string name;
-    for (const char c : each.param.filename().native())
-        name += std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    std::string name = each.param.filename();
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
     return name + '_' + std::to_string(each.index);
 });
 
