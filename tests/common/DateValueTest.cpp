@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/StringExtensions.h>
+#include <kelvane/common/Utils.h>
 
 #include <kelvane/platform/SystemVersion.h>
 #include <tests/support/LocalZone.h>
@@ -138,6 +139,34 @@ TEST(DateValue, FollowsDaylightSavingTime)
     EXPECT_EQ(found("2012-11-04 01:30"), "2012-11-04T05:30:00Z");
     EXPECT_EQ(found("2012-11-04 02:00"), "2012-11-04T07:00:00Z");
     EXPECT_EQ(found("2012-11-04"), "2012-11-04T17:00:00Z");
+}
+
+/// Three zones, two of them without summer time, and days on both sides of its changes.
+constexpr const char *zones[] = {"UTC", "America/New_York", "Asia/Kolkata"};
+
+TEST(DateValue, IsTheSameInstantInEveryZoneWhereTheTextNamesOne)
+{
+    for (const char *name : zones) {
+        const LocalZone zone(name);
+        EXPECT_EQ(found("2012-03-11T02:30:00Z"), "2012-03-11T02:30:00Z") << name;
+        EXPECT_EQ(found("2012-03-11T02:30:00-05:00"), "2012-03-11T07:30:00Z") << name;
+        EXPECT_EQ(found("Sun, 04 Nov 2012 01:30:00 -0400"), "2012-11-04T05:30:00Z") << name;
+        EXPECT_EQ(found("Sun, 04 Nov 2012 01:30:00 EST"), "2012-11-04T06:30:00Z") << name;
+        EXPECT_EQ(found("20120503T140530Z"), "2012-05-03T14:05:30Z") << name;
+    }
+}
+
+TEST(DateValue, IsTheSameTimeOfDayInEveryZoneWhereTheTextNamesNone)
+{
+    for (const char *name : zones) {
+        const LocalZone zone(name);
+        const auto shown = [](const char *text) { return Utils::stringFromDate("yyyy-MM-dd HH:mm", dateValue(text)); };
+        for (const char *day : {"2012-03-10", "2012-03-11", "2012-03-12", "2012-11-03", "2012-11-04", "2012-11-05"}) {
+            EXPECT_EQ(shown(day), std::string(day) + " 12:00") << name;
+            for (const char *time : {" 00:30", " 01:59", " 03:00", " 23:59"})
+                EXPECT_EQ(shown((std::string(day) + time).c_str()), std::string(day) + time) << name;
+        }
+    }
 }
 
 TEST(DateValue, DoesNotDependOnWhatWasAskedBefore)

@@ -11,12 +11,29 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+
+namespace {
+
+// What this thread slept, and what it does after each time: the tests wait for no clock.
+thread_local std::vector<std::chrono::milliseconds> sleeps;
+thread_local std::function<void(std::size_t)> afterSleeps;
+
+} // namespace
+
+extern "C" int nanosleep(const timespec *time, timespec *)
+{
+    sleeps.emplace_back(time->tv_sec * 1000 + time->tv_nsec / 1'000'000);
+    if (afterSleeps)
+        afterSleeps(sleeps.size());
+    return 0;
+}
 
 namespace kelvane {
 namespace {
@@ -288,17 +305,28 @@ TEST_F(UtilsFiles, IsSameFileComparesSizesAndModificationDates)
 
 TEST_F(UtilsFiles, WaitFileExsitSleepsBeforeItLooks)
 {
-    using namespace std::chrono;
-    const auto timed = [&](const String &path, std::int32_t seconds) {
-        const auto start = steady_clock::now();
+    const auto sleepsFor = [](const String &path, std::int32_t seconds) {
+        sleeps.clear();
         Utils::waitFileExsit(path, seconds);
-        return steady_clock::now() - start;
+        return sleeps;
     };
-    EXPECT_GE(timed(put("there"), 100), milliseconds(10));
-    EXPECT_GE(timed(folder.string("none"), 0), milliseconds(10));
-    EXPECT_LT(timed(folder.string("none"), 0), milliseconds(900));
-    EXPECT_LT(timed(folder.string("none"), -5), milliseconds(900));
-    EXPECT_GE(timed(folder.string("none"), 1), milliseconds(1000));
+    using std::chrono::milliseconds;
+    EXPECT_EQ(sleepsFor(put("there"), 100), std::vector(1, milliseconds(10)));
+    EXPECT_EQ(sleepsFor(folder.string("none"), 0), std::vector(1, milliseconds(10)));
+    EXPECT_EQ(sleepsFor(folder.string("none"), -5), std::vector(1, milliseconds(10)));
+    EXPECT_EQ(sleepsFor(folder.string("none"), 1), std::vector(100, milliseconds(10)));
+}
+
+TEST_F(UtilsFiles, WaitFileExsitEndsOnceTheFileIsThere)
+{
+    sleeps.clear();
+    afterSleeps = [&](std::size_t count) {
+        if (count == 3)
+            put("late");
+    };
+    Utils::waitFileExsit(folder.string("late"), 100);
+    afterSleeps = nullptr;
+    EXPECT_EQ(sleeps.size(), 3U);
 }
 
 TEST_F(UtilsFiles, LocalTempPathIsTheApplicationsFolderBelowTheHomeFolder)

@@ -118,6 +118,27 @@ TEST(UtilsDates, DateFormatFollowsDaylightSavingTime)
     EXPECT_EQ(Utils::dateFormat("2012:11:04 02:00:00").toIso8601(), "2012-11-04T07:00:00Z");
 }
 
+TEST(UtilsDates, ExifDatesComeBackAsWrittenInEveryZoneAcrossTheChangesOfSummerTime)
+{
+    for (const char *name : zones) {
+        const LocalZone zone(name);
+        for (const char *text : {"2012:03:10 23:59:59", "2012:03:11 01:59:59", "2012:03:11 03:00:00",
+                 "2012:03:11 12:00:00", "2012:11:04 00:59:59", "2012:11:04 02:00:00", "2012:11:05 00:00:00"})
+            EXPECT_EQ(Utils::stringFromDate("yyyy:MM:dd HH:mm:ss", Utils::dateFormat(text)), text) << name;
+    }
+}
+
+TEST(UtilsDates, EpochsAreTheSameInEveryZone)
+{
+    for (const char *name : zones) {
+        const LocalZone zone(name);
+        EXPECT_EQ(Utils::DateTimeTo2001(dateOf(1336053930)), 357746730) << name;
+        EXPECT_EQ(Utils::dateTimeTo2001(dateOf(1336053930), 70), 357746800) << name;
+        EXPECT_EQ(Utils::SmartToDateTime(1336053930), dateOf(1336053930)) << name;
+        EXPECT_EQ(Utils::SmartToDateTime(357746730), dateOf(1336053930)) << name;
+    }
+}
+
 TEST(UtilsDates, DateFormatOfAnythingElseIsNull)
 {
     for (const char *text : {"", "2012-05-03", "0000:00:00 00:00:00", "2012:13:03 14:05:30", "2012:05:03 14:05",
