@@ -105,7 +105,7 @@ std::string TerminalProgress::bar(std::size_t width, double share) const
     return _hasColours ? "[\x1b[32m" + done + "\x1b[2;39m" + rest + "\x1b[0m]" : "[" + done + rest + "]";
 }
 
-TerminalProgress::Line TerminalProgress::line(std::size_t width) const
+std::string TerminalProgress::line(std::size_t width) const
 {
     const std::uint64_t done = bytesDone();
     const double share = _bytes > 0 ? static_cast<double>(done) / static_cast<double>(_bytes)
@@ -128,36 +128,28 @@ TerminalProgress::Line TerminalProgress::line(std::size_t width) const
         if (text.size() + part.size() + smallestBar + brackets <= width)
             text += part;
     if (text.size() + smallestBar + brackets > width)
-        return {fitted(parts.front(), width), width};
-    const std::size_t barWidth = std::min(width - text.size() - brackets, largestBar);
-    return {bar(barWidth, share) + text, barWidth + brackets + text.size()};
+        return fitted(parts.front(), width);
+    return bar(std::min(width - text.size() - brackets, largestBar), share) + text;
 }
 
-// To where the drawn line begins. A terminal that was made narrower meanwhile has wrapped it into several rows.
-std::string TerminalProgress::backToStart() const
-{
-    if (_drawnWidth == 0)
-        return {};
-    const std::size_t rowsAbove = (_drawnWidth - 1) / Terminal::columns();
-    return '\r' + (rowsAbove > 0 ? "\x1b[" + std::to_string(rowsAbove) + 'A' : std::string());
-}
-
+// Terminals learn of a new width before their programs do, and wrap what stands on them or is on its way. So the line is
+// written without wrapping, and the cursor waits at its beginning: from there everything behind can be erased, whatever
+// became of it.
 void TerminalProgress::draw()
 {
     if (!_isRunning)
         return;
     // The last column stays free: some terminals begin a new line once something is written there.
-    const Line present = line(Terminal::columns() - 1);
-    write(backToStart() + present.text + "\x1b[J");
-    _drawnWidth = present.width;
+    write("\x1b[?7l" + line(Terminal::columns() - 1) + "\x1b[J\x1b[?7h\r");
+    _isDrawn = true;
     _drawnAt = Clock::now();
 }
 
 void TerminalProgress::clear()
 {
-    if (_drawnWidth > 0)
-        write(backToStart() + "\x1b[J");
-    _drawnWidth = 0;
+    if (_isDrawn)
+        write("\x1b[J");
+    _isDrawn = false;
 }
 
 void TerminalProgress::clearForLine()

@@ -30,19 +30,13 @@ protected:
 private:
     using Clock = std::chrono::steady_clock;
 
-    struct Line {
-        std::string text;
-        std::size_t width; // columns, without what only sets colours
-    };
-
-    [[nodiscard]] Line line(std::size_t width) const;
+    [[nodiscard]] std::string line(std::size_t width) const;
     [[nodiscard]] std::string bar(std::size_t width, double share) const;
     [[nodiscard]] std::uint64_t bytesDone() const;
     void measureRate();
     void settle(const std::string &path, std::int64_t bytes);
     void draw();
     void clear();
-    [[nodiscard]] std::string backToStart() const;
 
     const bool _hasColours;
     std::uint64_t _items = 0;
@@ -54,7 +48,7 @@ private:
     std::uint64_t _measuredBytes = 0;
     Clock::time_point _measuredAt = Clock::now();
     Clock::time_point _drawnAt;
-    std::size_t _drawnWidth = 0; // of the line that stands on the terminal; 0 for none
+    bool _isDrawn = false;
     bool _isRunning = false;
 };
 
