@@ -3,45 +3,25 @@
 
 #include <attachedpictureframe.h>
 #include <commentsframe.h>
+#include <cstdint>
+#include <cstring>
 #include <podcastframe.h>
+#include <string>
+#include <string_view>
 #include <textidentificationframe.h>
 #include <unsynchronizedlyricsframe.h>
+#include <vector>
 
 namespace kelvane::detail {
 namespace {
 
 using namespace TagLib::ID3v2;
 
-template <class Frame>
-Frame *find(const Tag &tag, const char *id, auto accepts)
+std::uint32_t numberOf(const char *id)
 {
-    for (TagLib::ID3v2::Frame *frame : tag.frameList(id)) {
-        auto *found = dynamic_cast<Frame *>(frame);
-        if (found && accepts(*found))
-            return found;
-    }
-    return nullptr;
-}
-
-/// The comment for people. Players keep numbers of their own among the comments, under a description ("iTunNORM").
-CommentsFrame *comment(const Tag &tag)
-{
-    if (auto *plain =
-            find<CommentsFrame>(tag, "COMM", [](const CommentsFrame &frame) { return frame.description().isEmpty(); }))
-        return plain;
-    return find<CommentsFrame>(
-        tag, "COMM", [](const CommentsFrame &frame) { return !frame.description().startsWith("iTun"); });
-}
-
-UnsynchronizedLyricsFrame *lyrics(const Tag &tag)
-{
-    return find<UnsynchronizedLyricsFrame>(tag, "USLT", [](const auto &) { return true; });
-}
-
-UserTextIdentificationFrame *userText(const Tag &tag, const char *name)
-{
-    return find<UserTextIdentificationFrame>(
-        tag, "TXXX", [name](const UserTextIdentificationFrame &frame) { return frame.description().upper() == name; });
+    std::uint32_t number = 0;
+    std::memcpy(&number, id, sizeof number);
+    return number;
 }
 
 TagLib::String textOf(const TextIdentificationFrame &frame)
@@ -67,22 +47,6 @@ void setTextFrame(Tag &tag, const char *id, const TagLib::String &text)
     tag.addFrame(frame);
 }
 
-void setUserText(Tag &tag, const TagNames &names, const TagLib::String &text)
-{
-    for (const char *name : names.general) {
-        auto *frame = name ? userText(tag, name) : nullptr;
-        if (!frame)
-            continue;
-        if (!text.isEmpty()) {
-            frame->setText(text);
-            return;
-        }
-        tag.removeFrame(frame);
-    }
-    if (!text.isEmpty())
-        tag.addFrame(new UserTextIdentificationFrame(names.general[0], text, TagLib::String::UTF8));
-}
-
 template <class Frame>
 void setFrame(Tag &tag, Frame *frame, const TagLib::String &text)
 {
@@ -101,24 +65,107 @@ void setFrame(Tag &tag, Frame *frame, const TagLib::String &text)
 
 } // namespace
 
+/// All frames by name, and the user's texts by theirs. Every key is looked up in each file that is read, and the tag
+/// library's own look-up allocates each time.
+class Id3v2Store::Frames {
+public:
+    explicit Frames(const Tag &tag)
+    {
+        _frames.reserve(tag.frameList().size());
+        for (Frame *frame : tag.frameList()) {
+            const TagLib::ByteVector id = frame->frameID();
+            if (id.size() != sizeof(std::uint32_t))
+                continue;
+            _frames.push_back({numberOf(id.data()), frame});
+            if (_frames.back().id != numberOf("TXXX"))
+                continue;
+            if (auto *text = dynamic_cast<UserTextIdentificationFrame *>(frame))
+                _userTexts.push_back({text->description().upper().to8Bit(true), text});
+        }
+    }
+
+    template <class Kind>
+    [[nodiscard]] Kind *find(const char *id, auto accepts) const
+    {
+        for (const Named &named : _frames) {
+            auto *found = named.id == numberOf(id) ? dynamic_cast<Kind *>(named.frame) : nullptr;
+            if (found && accepts(*found))
+                return found;
+        }
+        return nullptr;
+    }
+
+    [[nodiscard]] bool contains(const char *id) const
+    {
+        return find<Frame>(id, [](const Frame &) { return true; });
+    }
+
+    /// The comment for people. Players keep numbers of their own among the comments, under a description ("iTunNORM").
+    [[nodiscard]] CommentsFrame *comment() const
+    {
+        if (auto *plain =
+                find<CommentsFrame>("COMM", [](const CommentsFrame &frame) { return frame.description().isEmpty(); }))
+            return plain;
+        return find<CommentsFrame>(
+            "COMM", [](const CommentsFrame &frame) { return !frame.description().startsWith("iTun"); });
+    }
+
+    [[nodiscard]] UnsynchronizedLyricsFrame *lyrics() const
+    {
+        return find<UnsynchronizedLyricsFrame>("USLT", [](const auto &) { return true; });
+    }
+
+    [[nodiscard]] UserTextIdentificationFrame *userText(std::string_view name) const
+    {
+        for (const UserText &text : _userTexts) {
+            if (text.name == name)
+                return text.frame;
+        }
+        return nullptr;
+    }
+
+private:
+    struct Named {
+        std::uint32_t id;
+        Frame *frame;
+    };
+    struct UserText {
+        std::string name; // in capitals
+        UserTextIdentificationFrame *frame;
+    };
+
+    std::vector<Named> _frames; // in the tag's order
+    std::vector<UserText> _userTexts;
+};
+
+Id3v2Store::Id3v2Store(Tag &tag) : _tag(tag) {}
+Id3v2Store::~Id3v2Store() = default;
+
+const Id3v2Store::Frames &Id3v2Store::frames() const
+{
+    if (!_frames)
+        _frames = std::make_unique<Frames>(_tag);
+    return *_frames;
+}
+
 TagLib::String Id3v2Store::frameText(TagKey key) const
 {
     if (key == TagKey::Comment) {
-        const auto *frame = comment(_tag);
+        const auto *frame = frames().comment();
         return frame ? frame->text() : TagLib::String();
     }
     if (key == TagKey::Lyrics) {
-        const auto *frame = lyrics(_tag);
+        const auto *frame = frames().lyrics();
         return frame ? frame->text() : TagLib::String();
     }
     if (key == TagKey::Genre)
         return _tag.genre();
     if (key == TagKey::IsPodcast)
-        return _tag.frameList("PCST").isEmpty() ? "" : "1"; // It says so by being there; its four bytes are always 0.
+        return frames().contains("PCST") ? "1" : ""; // It says so by being there; its four bytes are always 0.
     for (const char *id : namesOf(key).id3v2) {
         if (!id)
             continue;
-        if (const auto *frame = find<TextIdentificationFrame>(_tag, id, [](const auto &) { return true; }))
+        if (const auto *frame = frames().find<TextIdentificationFrame>(id, [](const auto &) { return true; }))
             return textOf(*frame);
     }
     return {};
@@ -127,10 +174,10 @@ TagLib::String Id3v2Store::frameText(TagKey key) const
 TagLib::String Id3v2Store::text(TagKey key) const
 {
     const TagLib::String found = frameText(key);
-    if (!found.isEmpty() || _tag.frameList("TXXX").isEmpty())
+    if (!found.isEmpty())
         return found;
     for (const char *name : namesOf(key).general) {
-        if (const auto *frame = name ? userText(_tag, name) : nullptr)
+        if (const auto *frame = name ? frames().userText(name) : nullptr)
             return textOf(*frame);
     }
     return {};
@@ -139,23 +186,48 @@ TagLib::String Id3v2Store::text(TagKey key) const
 void Id3v2Store::setText(TagKey key, const TagLib::String &text)
 {
     const TagNames &names = namesOf(key);
-    if (!names.id3v2[0])
-        return setUserText(_tag, names, text);
-    setUserText(_tag, names, ""); // what other writers put there for want of the frame
+    if (names.id3v2[0]) {
+        setUserText(names, ""); // what other writers put there for want of the frame
+        setFrameText(key, text);
+    } else {
+        setUserText(names, text);
+    }
+    _frames.reset();
+}
+
+void Id3v2Store::setUserText(const TagNames &names, const TagLib::String &text)
+{
+    for (const char *name : names.general) {
+        auto *frame = name ? frames().userText(name) : nullptr;
+        if (!frame)
+            continue;
+        if (!text.isEmpty()) {
+            frame->setText(text);
+            return;
+        }
+        _tag.removeFrame(frame);
+        _frames.reset();
+    }
+    if (!text.isEmpty())
+        _tag.addFrame(new UserTextIdentificationFrame(names.general[0], text, TagLib::String::UTF8));
+}
+
+void Id3v2Store::setFrameText(TagKey key, const TagLib::String &text)
+{
     if (key == TagKey::Comment) {
-        setFrame(_tag, comment(_tag), text);
+        setFrame(_tag, frames().comment(), text);
     } else if (key == TagKey::Lyrics) {
-        setFrame(_tag, lyrics(_tag), text);
+        setFrame(_tag, frames().lyrics(), text);
     } else if (key == TagKey::IsPodcast) {
         _tag.removeFrames("PCST");
         if (!text.isEmpty())
             _tag.addFrame(new PodcastFrame);
     } else {
-        const bool usesSecond =
-            names.id3v2[1] && _tag.frameList(names.id3v2[0]).isEmpty() && !_tag.frameList(names.id3v2[1]).isEmpty();
-        setTextFrame(_tag, names.id3v2[usesSecond ? 1 : 0], text);
-        if (text.isEmpty() && names.id3v2[1])
-            _tag.removeFrames(names.id3v2[1]);
+        const auto &ids = namesOf(key).id3v2;
+        const bool usesSecond = ids[1] && !frames().contains(ids[0]) && frames().contains(ids[1]);
+        setTextFrame(_tag, ids[usesSecond ? 1 : 0], text);
+        if (text.isEmpty() && ids[1])
+            _tag.removeFrames(ids[1]);
     }
 }
 
