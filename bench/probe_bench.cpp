@@ -1,24 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-
-// How fast a file without a cover is known to have none: TagFile::isExistArtwork() on a file of one GiB that is in the
-// page cache, beside others that look for the same four bytes, in turns. Reported is the best of the rounds, and how
-// much of each other's time ours takes. The file is made in the folder of the first argument (default: /tmp) and
-// removed; the second argument "text" fills it with letters rather than with compressed sound's random bytes.
 //
-//   probe      isExistArtwork()
-//   grep       grep -c -a APIC, a process
-//   memmem     over a mapping
-//   find       std::string_view::find over a mapping
+// How fast a file without a cover is known to have none: TagFile::isExistArtwork() on a file of one GiB that is in the
+// page cache, beside others that look for the same four bytes: grep as a process, the others over a mapping. The file
+// is made in the folder of the first argument (default: /tmp) and removed.
+#include "support/Contest.h"
+
 #include <kelvane/media/TagFile.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <functional>
-#include <limits>
 #include <random>
 #include <string>
 #include <string_view>
@@ -26,11 +19,12 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace kelvane::bench;
+
 namespace {
 
 constexpr std::size_t size = std::size_t{1} << 30;
 constexpr std::string_view mark = "APIC";
-constexpr int rounds = 7;
 
 bool makeFile(const std::string &path, bool isText)
 {
@@ -69,56 +63,28 @@ bool searchMapping(const std::string &path, const std::function<bool(std::string
     return found;
 }
 
-double secondsOf(const std::function<bool()> &search)
-{
-    const auto start = std::chrono::steady_clock::now();
-    const bool found = search();
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    if (found)
-        std::puts("wrong result: the mark is not there");
-    return took.count();
-}
-
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const std::string path =
-        std::string(argc > 1 ? argv[1] : "/tmp") + "/kelvane-probe-bench." + std::to_string(::getpid());
-    const bool isText = argc > 2 && std::string_view(argv[2]) == "text";
-    if (!makeFile(path, isText)) {
-        std::perror(path.c_str());
+    const std::string path = std::string(argc > 1 ? argv[1] : "/tmp") + "/probe-bench." + std::to_string(::getpid());
+    for (const bool isText : {false, true}) {
+        require(makeFile(path, isText), "a file of one GiB");
+        const auto inMapping = [&](auto &&search) {
+            return [&path, search] { return seconds([&] { require(!searchMapping(path, search), "no mark"); }); };
+        };
+        Contest("probe", isText ? "1 GiB of letters" : "1 GiB of compressed sound", {"ms", 1e3})
+            .ours([&] { return seconds([&] { require(!kelvane::TagFile(path).isExistArtwork(), "no mark"); }); })
+            .peer("grep -c -a", 0.25,
+                [command = "LC_ALL=C grep -c -a APIC '" + path + "' >/dev/null"] {
+                    return seconds([&] { require(std::system(command.c_str()) != 0, "no mark"); });
+                })
+            .peer("memmem", 0, inMapping([](std::string_view bytes) {
+                return ::memmem(bytes.data(), bytes.size(), mark.data(), mark.size()) != nullptr;
+            }))
+            .peer("string_view::find", 0.8,
+                inMapping([](std::string_view bytes) { return bytes.find(mark) != std::string_view::npos; }))
+            .run();
         std::remove(path.c_str());
-        return EXIT_FAILURE;
     }
-    struct Contender {
-        const char *name;
-        std::function<bool()> search;
-        double best = std::numeric_limits<double>::max();
-    };
-    const std::string grep = "LC_ALL=C grep -c -a APIC '" + path + "' >/dev/null";
-    Contender contenders[] = {
-        {"probe", [&] { return kelvane::TagFile(path).isExistArtwork(); }},
-        {"grep", [&] { return std::system(grep.c_str()) == 0; }},
-        {"memmem",
-            [&] {
-                return searchMapping(path, [](std::string_view bytes) {
-                    return ::memmem(bytes.data(), bytes.size(), mark.data(), mark.size()) != nullptr;
-                });
-            }},
-        {"find",
-            [&] {
-                return searchMapping(
-                    path, [](std::string_view bytes) { return bytes.find(mark) != std::string_view::npos; });
-            }},
-    };
-    for (int round = 0; round < rounds; ++round) {
-        for (Contender &contender : contenders)
-            contender.best = std::min(contender.best, secondsOf(contender.search));
-    }
-    for (const Contender &contender : contenders)
-        std::printf("%-8s %7.1f ms %6.2f GB/s   probe takes %.3f of it\n", contender.name, contender.best * 1e3,
-            static_cast<double>(size) / contender.best / 1e9, contenders[0].best / contender.best);
-    std::remove(path.c_str());
-    return EXIT_SUCCESS;
 }

@@ -1,21 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What each case measures, on copies of one song or film of each kind, with a large cover in the songs; in turns in one
-// process, the order alternating, medians of the rounds:
-//   tags   every property of Mediadata (but artworks, which writes files) without the index, against TagLib as a program
-//          would use it by hand: a FileRef, its properties and its audio properties
+// What a song or film costs to read, for copies of one file of each kind, the songs with a large cover, all in the page
+// cache:
+//   tags   every property of Mediadata (but artworks, which writes files) without the index. TagLib as a program would
+//          use it by hand: a FileRef, its properties and its audio properties; KFileMetaData and libmediainfo as their
+//          documentation shows
 //   index  the index of FileMetadataIndex, against libavformat's avformat_open_input() and avformat_find_stream_info()
-//
-// tags_bench [ROUNDS]: needs ffmpeg, which makes the files.
+//          and against libmediainfo
+// A peer that takes milliseconds for a file reads a part of the files. Needs ffmpeg, which makes the files.
+#include "support/Contest.h"
 
 #include <kelvane/kelvane.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
+#include <KFileMetaData/Extractor>
+#include <KFileMetaData/ExtractorCollection>
+#include <KFileMetaData/SimpleExtractionResult>
+#include <MediaInfo/MediaInfo.h>
+#include <QCoreApplication>
+#include <span>
 #include <string>
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
@@ -26,47 +30,49 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+using namespace kelvane::bench;
+
 namespace {
 
 namespace fs = std::filesystem;
 using Files = std::vector<std::string>;
 
-constexpr std::size_t copies = 40;
-std::size_t sink = 0; // what was read goes here, so that it is read
-
 struct Kind {
-    const char *name;
+    std::string name;
+    const char *mimeType;
+    std::size_t count;
     const char *options; // of ffmpeg, behind the sound (input 0), the film (1) and the cover (2)
-    double tagsTarget;
-    double indexTarget;
+    double mediaInfoTarget; // for the tags
+    double libavTarget; // for the index
 };
 
-constexpr Kind kinds[] = {
-    {"mp3", "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k", 1.25, 0.1},
-    {"m4a", "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k", 1.25, 0.6},
-    {"flac", "-map 0 -map 2 -c:v copy -disposition:v attached_pic", 1.25, 0},
-    {"mp4", "-map 0 -map 1 -c:v libx264 -preset ultrafast -b:a 128k", 1.25, 0.6},
+const Kind kinds[] = {
+    {"mp3", "audio/mpeg", 300, "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k", 0.05, 0.1},
+    {"m4a", "audio/mp4", 300, "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k", 0, 0.6},
+    {"flac", "audio/flac", 100, "-map 0 -map 2 -c:v copy -disposition:v attached_pic", 0, 0},
+    {"mp4", "video/mp4", 100, "-map 0 -map 1 -c:v libx264 -preset ultrafast -b:a 128k", 0, 0.6},
 };
 
 Files makeFiles(const fs::path &folder, const Kind &kind)
 {
-    const fs::path first = folder / ("0." + std::string(kind.name));
+    const fs::path first = folder / ("0." + kind.name);
     const std::string command =
         "ffmpeg -v error -y -f lavfi -i 'sine=f=440:d=180' -f lavfi -i testsrc=s=640x360:d=180 -i "
         + (folder / "cover.jpg").native() + " " + kind.options
-        + " -metadata title=Title -metadata artist=Artist -metadata album=Album -metadata genre=Folk -metadata "
-          "date=2019"
-          " -metadata track=3/9 -metadata comment=Comment -metadata composer=Composer "
+        + " -metadata title=Title -metadata artist=Artist -metadata album=Album -metadata genre=Folk"
+          " -metadata date=2019 -metadata track=3/9 -metadata comment=Comment -metadata composer=Composer "
         + first.native();
-    if (std::system(command.c_str()) != 0)
-        std::exit(1);
+    require(std::system(command.c_str()) == 0, "a file made by ffmpeg");
     Files files{first.native()};
-    while (files.size() < copies) {
+    while (files.size() < kind.count) {
         files.push_back((folder / (std::to_string(files.size()) + '.' + kind.name)).native());
         fs::copy_file(first, files.back());
     }
     return files;
 }
+
+// What was read is added up, so that it is read.
+std::size_t sink = 0;
 
 void readWithMediadata(const std::string &path)
 {
@@ -104,74 +110,82 @@ void readWithTagLib(const std::string &path)
         audio.lengthInMilliseconds() + audio.bitrate() + audio.sampleRate() + audio.channels());
 }
 
+void readWithKFileMetaData(const std::string &path, const char *mimeType)
+{
+    static const KFileMetaData::ExtractorCollection collection;
+    KFileMetaData::SimpleExtractionResult result(
+        QString::fromStdString(path), QString::fromLatin1(mimeType), KFileMetaData::ExtractionResult::ExtractMetaData);
+    const auto extractors = collection.fetchExtractors(QString::fromLatin1(mimeType));
+    for (KFileMetaData::Extractor *extractor : extractors)
+        extractor->extract(&result);
+    const auto properties = result.properties(KFileMetaData::PropertiesMapType::MultiMap);
+    require(!properties.isEmpty(), "properties of KFileMetaData");
+    sink += static_cast<std::size_t>(properties.size());
+}
+
+void readWithMediaInfo(const std::string &path)
+{
+    MediaInfoLib::MediaInfo media;
+    require(media.Open(std::wstring(path.begin(), path.end())) == 1, "a file opened by libmediainfo");
+    sink += media.Get(MediaInfoLib::Stream_General, 0, L"Title").size()
+        + media.Get(MediaInfoLib::Stream_Audio, 0, L"Duration").size();
+}
+
 void readIndex(const std::string &path)
 {
-    sink += kelvane::FileMetadataIndex::propertiesOfFile(path).size();
+    const kelvane::Dictionary properties = kelvane::FileMetadataIndex::propertiesOfFile(path);
+    require(!properties.isEmpty(), "an index");
+    sink += properties.size();
 }
 
 void readWithAvformat(const std::string &path)
 {
     AVFormatContext *context = nullptr;
-    if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0
-        || avformat_find_stream_info(context, nullptr) < 0)
-        std::exit(1);
+    require(avformat_open_input(&context, path.c_str(), nullptr, nullptr) == 0
+            && avformat_find_stream_info(context, nullptr) >= 0,
+        "a file opened by libavformat");
     sink += context->nb_streams;
     avformat_close_input(&context);
 }
 
-using Reader = void (*)(const std::string &);
-
-double milliseconds(Reader read, const Files &files)
+Contest::Round reading(std::span<const std::string> files, auto read)
 {
-    const auto begin = std::chrono::steady_clock::now();
-    for (const std::string &file : files)
-        read(file);
-    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - begin;
-    return time.count() / static_cast<double>(files.size());
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-void compare(
-    const char *what, const char *kind, Reader ours, Reader theirs, const Files &files, int rounds, double target)
-{
-    std::vector<double> our;
-    std::vector<double> their;
-    std::vector<double> ratios;
-    for (int round = 0; round < rounds; ++round) {
-        const bool isFirst = round % 2 == 0;
-        const double first = milliseconds(isFirst ? ours : theirs, files);
-        const double second = milliseconds(isFirst ? theirs : ours, files);
-        our.push_back(isFirst ? first : second);
-        their.push_back(isFirst ? second : first);
-        ratios.push_back(our.back() / their.back());
-    }
-    std::printf("%-6s %-5s %9.3f ms %9.3f ms   ratio %.3f", what, kind, median(our), median(their), median(ratios));
-    std::printf(target > 0 ? "   (at most %.2f)\n" : "\n", target);
+    return [files, read] {
+        return seconds([&] {
+            for (const std::string &file : files)
+                read(file);
+        }) / static_cast<double>(files.size());
+    };
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const int rounds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 15;
+    const QCoreApplication application(argc, argv);
     std::string pattern = (fs::temp_directory_path() / "tags-bench-XXXXXX").native();
     const fs::path folder = mkdtemp(pattern.data());
     av_log_set_level(AV_LOG_QUIET);
     const std::string cover =
         "ffmpeg -v error -y -f lavfi -i mandelbrot=s=1000x1000 -frames:v 1 -q:v 2 " + (folder / "cover.jpg").native();
-    if (std::system(cover.c_str()) != 0)
-        return 1;
-    std::printf("%zu files of each kind, cover of %ju bytes, %d rounds; ours, theirs for each file\n", copies,
-        static_cast<std::uintmax_t>(fs::file_size(folder / "cover.jpg")), rounds);
+    require(std::system(cover.c_str()) == 0, "a cover made by ffmpeg");
+    const Unit perFile{"ms/file", 1e3};
     for (const Kind &kind : kinds) {
         const Files files = makeFiles(folder, kind);
-        compare("tags", kind.name, readWithMediadata, readWithTagLib, files, rounds, kind.tagsTarget);
-        compare("index", kind.name, readIndex, readWithAvformat, files, rounds, kind.indexTarget);
+        const std::span<const std::string> all = files;
+        const auto some = all.first(20);
+        Contest("tags", kind.name, perFile)
+            .ours(reading(all, readWithMediadata))
+            .peer("TagLib", 1.25, reading(all, readWithTagLib))
+            .peer("KFileMetaData", 0.6,
+                reading(all, [&kind](const std::string &path) { readWithKFileMetaData(path, kind.mimeType); }))
+            .peer("libmediainfo", kind.mediaInfoTarget, reading(some, readWithMediaInfo))
+            .run();
+        Contest("index", kind.name, perFile)
+            .ours(reading(all, readIndex))
+            .peer("libavformat", kind.libavTarget, reading(some, readWithAvformat))
+            .peer("libmediainfo", 0.3, reading(some, readWithMediaInfo))
+            .run();
     }
     fs::remove_all(folder);
     return sink == 0 ? 1 : 0;

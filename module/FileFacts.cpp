@@ -85,6 +85,18 @@ void completeMpegAudio(MediaInput &input)
                 / static_cast<double>(audio.bit_rate));
 }
 
+// The demuxer leaves to who decodes what the header of the file says of the sound.
+void completeFlac(AVCodecParameters &audio)
+{
+    constexpr int headerSize = 34;
+    if (audio.codec_id != AV_CODEC_ID_FLAC || audio.extradata_size < headerSize)
+        return;
+    const std::uint8_t *bytes = audio.extradata + 10;
+    audio.sample_rate = bytes[0] << 12 | bytes[1] << 4 | bytes[2] >> 4;
+    av_channel_layout_uninit(&audio.ch_layout);
+    av_channel_layout_default(&audio.ch_layout, (bytes[2] >> 1 & 7) + 1);
+}
+
 bool isNamed(const AVFormatContext &format, const char *demuxer)
 {
     return std::strcmp(format.iformat->name, demuxer) == 0;
@@ -96,6 +108,8 @@ FileFacts::FileFacts(MediaInput &input) : _fileSize(input.file().size())
 {
     if (isNamed(input.format(), "mp3") && input.format().nb_streams > 0)
         completeMpegAudio(input);
+    if (isNamed(input.format(), "flac") && input.format().nb_streams > 0)
+        completeFlac(*input.format().streams[0]->codecpar);
     if (needsAnalysis(input.format()))
         input.analyse();
     const AVFormatContext &format = input.format();
