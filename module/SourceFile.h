@@ -3,15 +3,19 @@
 
 #include "Budget.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace kelvane::module {
 
-/// A regular file, open for reading; a FIFO or a device is never waited for. What is read is counted.
+/// A regular file, open for reading; a FIFO or a device is never waited for. What is read is counted. Few bytes are
+/// served from a window of the file, because headers are read in pieces of a few bytes, one behind the other.
 class SourceFile {
 public:
     SourceFile(const char *path, Budget &budget)
@@ -37,19 +41,40 @@ public:
     /// The number of bytes read, 0 at the end of the file and where the budget is spent.
     std::size_t read(std::int64_t at, void *bytes, std::size_t count)
     {
-        if (_size < 0 || at < 0 || _budget.isSpent())
+        if (_size < 0 || at < 0)
             return 0;
-        const ssize_t taken = ::pread(_descriptor, bytes, count, at);
-        if (taken <= 0)
-            return 0;
-        _budget.read(taken);
-        return static_cast<std::size_t>(taken);
+        if (count >= _window.size() / 4)
+            return _budget.isSpent() ? 0 : counted(readFile(at, bytes, count));
+        if (at < _windowStart || at + static_cast<std::int64_t>(count) > _windowStart + _windowSize) {
+            if (_budget.isSpent())
+                return 0;
+            _windowStart = at;
+            _windowSize = static_cast<std::int64_t>(readFile(at, _window.data(), _window.size()));
+        }
+        const std::int64_t skipped = at - _windowStart;
+        const auto taken = std::min(count, static_cast<std::size_t>(_windowSize - skipped));
+        std::memcpy(bytes, _window.data() + skipped, taken);
+        return counted(taken);
     }
 
 private:
+    std::size_t readFile(std::int64_t at, void *bytes, std::size_t count) const
+    {
+        const ssize_t taken = ::pread(_descriptor, bytes, count, at);
+        return taken > 0 ? static_cast<std::size_t>(taken) : 0;
+    }
+    std::size_t counted(std::size_t taken)
+    {
+        _budget.read(static_cast<std::int64_t>(taken));
+        return taken;
+    }
+
     const int _descriptor;
     Budget &_budget;
     std::int64_t _size = -1;
+    std::array<std::byte, 16384> _window;
+    std::int64_t _windowStart = 0;
+    std::int64_t _windowSize = 0;
 };
 
 } // namespace kelvane::module

@@ -40,7 +40,7 @@ grid = struct.pack('>BBBBII', 0, 1, rows - 1, columns - 1, width, height)
 shared = tiles[0][0]
 contents = [grid] + [content for _, content in tiles]
 count = len(contents)
-infos = b''.join(box(b'infe', struct.pack('>IHH4sB', 2 << 24, i + 1, 0, b'grid' if i == 0 else b'hvc1', 0))
+infos = b''.join(box(b'infe', struct.pack('>IHH4sB', 2 << 24 | (i > 0), i + 1, 0, b'grid' if i == 0 else b'hvc1', 0))
                  for i in range(count))
 properties = box(b'ipco', box(b'ispe', struct.pack('>III', 0, width, height)) + b''.join(shared))
 links = b''.join(struct.pack('>HB', i + 1, 1) + b'\1' if i == 0 else
