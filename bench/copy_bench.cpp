@@ -1,94 +1,116 @@
 // SPDX-License-Identifier: Apache-2.0
-// What it measures, each beside its rivals on the same data, with a fresh destination in every round:
-//   large  1 GiB in one file, in memory already, with progress and cancel on; beside cp and std::filesystem
-//   tree   10,000 files of 4 KiB in 100 folders with all attributes; beside cp -a and rsync -aW
-//   xattr  the same tree, each file with an attribute; beside cp -a and rsync -aWX
-// copy_bench [ROUNDS] [FOLDER]: 7 rounds, in a fresh folder below the temporary one. Removal is left to the end: some file
-// systems look for a while at what was just deleted, which would slow down whoever comes next.
+//
+// Copies by FastFileCopyer, with a delegate that listens to the progress, beside programs and libraries that copy:
+//   file  1 GiB in one file, which is in memory already
+//   tree  10,000 files of 4 KiB in 100 folders with all attributes; and the same with an extended attribute each
+// Every round has a fresh destination. What a round of the tree made is removed at the end only: some file systems look
+// for a while at what was just deleted, which would slow down whoever comes next.
+//
+// copy_bench [FOLDER]: where the files are, the temporary folder where it is not given. Needs rsync.
+#include "support/Contest.h"
+
 #include <kelvane/storage/FastFileCopyer.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <gio/gio.h>
 #include <string>
-#include <sys/utsname.h>
 #include <sys/xattr.h>
-#include <thread>
 #include <unistd.h>
-#include <vector>
-
-namespace {
 
 using kelvane::FastFileCopyer;
 using kelvane::String;
+using namespace kelvane::bench;
 namespace fs = std::filesystem;
 
-class Counter : public kelvane::FastFileCopyerDelegate {
+namespace {
+
+using Copy = std::function<bool(const fs::path &from, const fs::path &to)>;
+
+class Listener : public kelvane::FastFileCopyerDelegate {
 public:
     void fileCopyProgressChanged(FastFileCopyer &) override { ++reports; }
     std::size_t reports = 0;
 };
 
-struct Rival {
-    std::string name;
-    std::function<bool(const fs::path &from, const fs::path &to)> copy;
-    std::vector<double> seconds = {};
-};
-
 bool copyWithKelvane(const fs::path &from, const fs::path &to)
 {
     const auto copier = std::make_shared<FastFileCopyer>();
-    const auto counter = std::make_shared<Counter>();
-    copier->setDelegate(counter);
+    const auto listener = std::make_shared<Listener>();
+    copier->setDelegate(listener);
     copier->fileCopyFromPath(String(from.native()), String(to.native()));
-    return copier->state() == 2 && copier->failedCount() == 0 && counter->reports > 0;
+    return copier->state() == 2 && copier->failedCount() == 0 && listener->reports > 0;
 }
 
-std::function<bool(const fs::path &, const fs::path &)> command(const std::string &text, const std::string &slash = "")
+bool copyWithGio(const fs::path &from, const fs::path &to)
+{
+    static std::size_t reports;
+    reports = 0;
+    GFile *const source = g_file_new_for_path(from.c_str());
+    GFile *const destination = g_file_new_for_path(to.c_str());
+    const auto progress = [](goffset, goffset, gpointer) { ++reports; };
+    GCancellable *const cancellable = g_cancellable_new();
+    const bool good =
+        g_file_copy(source, destination, G_FILE_COPY_ALL_METADATA, cancellable, progress, nullptr, nullptr);
+    g_object_unref(cancellable);
+    g_object_unref(destination);
+    g_object_unref(source);
+    return good && reports > 0;
+}
+
+bool copyWithStandardLibrary(const fs::path &from, const fs::path &to)
+{
+    return fs::copy_file(from, to);
+}
+
+bool run(const std::string &command)
+{
+    return std::system(command.c_str()) == 0;
+}
+
+/// `slash` behind both paths: for programs that copy into a folder else.
+Copy program(const std::string &command, const std::string &slash = "")
 {
     return [=](const fs::path &from, const fs::path &to) {
-        return std::system((text + " '" + from.native() + slash + "' '" + to.native() + slash + "'").c_str()) == 0;
+        return run(command + " '" + from.native() + slash + "' '" + to.native() + slash + "'");
     };
 }
 
-double median(std::vector<double> values)
+/// Rounds of a copy. The first, which warms up, is compared with the source by a program of its own.
+Contest::Round copying(
+    const fs::path &from, const fs::path &folder, const Copy &copy, const std::string &compare, bool isKept)
 {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+    return [=, round = 0]() mutable {
+        static int count = 0;
+        const fs::path to = folder / std::to_string(++count);
+        require(run("cat '" + from.native() + "'/*/* '" + from.native() + "' > /dev/null 2>&1; sync -f '"
+                    + folder.native() + "'"),
+            "a source in memory");
+        bool good = false;
+        const double took = seconds([&] { good = copy(from, to); });
+        require(good, "a copy");
+        if (round++ == 0)
+            require(run(compare + " '" + from.native() + "' '" + to.native() + "' > /dev/null"), "the same as a copy");
+        if (!isKept)
+            fs::remove_all(to);
+        return took;
+    };
 }
 
-void measure(const std::string &title, const fs::path &from, const fs::path &folder, int rounds, bool keep,
-    std::vector<Rival> rivals)
+void makeFile(const fs::path &path)
 {
-    for (int round = 0; round < rounds; ++round) {
-        // Another one begins in each round, so that none always follows the same one.
-        for (std::size_t turn = 0; turn < rivals.size(); ++turn) {
-            Rival &rival = rivals[(turn + static_cast<std::size_t>(round)) % rivals.size()];
-            const fs::path to = folder / (title + "-" + std::to_string(round) + "-" + std::to_string(turn));
-            sync();
-            const auto begun = std::chrono::steady_clock::now();
-            if (!rival.copy(from, to)) {
-                std::printf("%s: %s failed\n", title.c_str(), rival.name.c_str());
-                return;
-            }
-            rival.seconds.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
-            if (!keep)
-                fs::remove_all(to);
-        }
-    }
-    for (const Rival &rival : rivals) {
-        const auto [least, most] = std::minmax_element(rival.seconds.begin(), rival.seconds.end());
-        std::printf("%-6s %-16s median %8.1f ms  (%.1f to %.1f)  kelvane/this %.2f\n", title.c_str(),
-            rival.name.c_str(), median(rival.seconds) * 1000, *least * 1000, *most * 1000,
-            median(rivals.front().seconds) / median(rival.seconds));
-    }
+    std::string block(1 << 20, '\0');
+    std::uint32_t number = 1;
+    for (char &byte : block)
+        byte = static_cast<char>((number = number * 1664525 + 1013904223) >> 24);
+    std::ofstream file(path, std::ios::binary);
+    for (int mebibyte = 0; mebibyte < 1024; ++mebibyte)
+        file << block;
 }
 
-void makeTree(const fs::path &root, bool attributes)
+void makeTree(const fs::path &root, bool hasAttributes)
 {
     const std::string content(4096, 'k');
     for (int number = 0; number < 100; ++number) {
@@ -97,44 +119,41 @@ void makeTree(const fs::path &root, bool attributes)
         for (int file = 0; file < 100; ++file) {
             const fs::path path = folder / ("file-" + std::to_string(file));
             std::ofstream(path, std::ios::binary) << content;
-            if (attributes && setxattr(path.c_str(), "user.origin", "benchmark", 9, 0) != 0)
-                std::perror("setxattr");
+            if (hasAttributes)
+                require(setxattr(path.c_str(), "user.origin", "benchmark", 9, 0) == 0, "an attribute");
         }
     }
 }
 
 } // namespace
 
-int main(int count, char **arguments)
+int main(int argc, char **argv)
 {
-    (void)std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const int rounds = count > 1 ? std::max(1, std::atoi(arguments[1])) : 7;
-    std::string folder = (fs::path(count > 2 ? arguments[2] : fs::temp_directory_path().c_str()) / "copy-bench-XXXXXX");
-    if (!mkdtemp(folder.data()))
-        return 1;
-    utsname machine{};
-    uname(&machine);
-    std::printf("%s, %u processors, %d rounds in %s\n", machine.release, std::thread::hardware_concurrency(), rounds,
-        folder.c_str());
+    std::string folder = (fs::path(argc > 1 ? argv[1] : fs::temp_directory_path().c_str()) / "copy_bench-XXXXXX");
+    require(mkdtemp(folder.data()) != nullptr, "a folder");
 
-    const fs::path large = fs::path(folder) / "large-source";
-    const std::string block(1 << 20, 'k');
-    std::ofstream file(large, std::ios::binary);
-    for (int mebibyte = 0; mebibyte < 1024; ++mebibyte)
-        file << block;
-    file.close();
-    measure("large", large, folder, rounds, false,
-        {{"kelvane", copyWithKelvane}, {"cp", command("cp")},
-            {"std::filesystem", [](const fs::path &from, const fs::path &to) { return fs::copy_file(from, to); }}});
+    const fs::path file = fs::path(folder) / "file";
+    makeFile(file);
+    const auto copyingFile = [&](const Copy &copy) { return copying(file, folder, copy, "cmp", false); };
+    Contest("copy", "1 GiB", {"ms", 1e3})
+        .ours(copyingFile(copyWithKelvane))
+        .peer("cp", 1, copyingFile(program("cp")))
+        .peer("GIO", 1, copyingFile(copyWithGio))
+        .peer("std::filesystem", 1, copyingFile(copyWithStandardLibrary))
+        .run();
+    fs::remove(file);
 
-    const bool rsync = std::system("rsync --version > /dev/null 2>&1") == 0;
-    for (const bool attributes : {false, true}) {
-        const std::string title = attributes ? "xattr" : "tree";
-        makeTree(fs::path(folder) / (title + "-source"), attributes);
-        std::vector<Rival> rivals{{"kelvane", copyWithKelvane}, {"cp -a", command("cp -a")}};
-        if (rsync)
-            rivals.push_back({"rsync", command(attributes ? "rsync -aWX" : "rsync -aW", "/")});
-        measure(title, fs::path(folder) / (title + "-source"), folder, rounds, true, rivals);
+    for (const bool hasAttributes : {false, true}) {
+        const fs::path tree = fs::path(folder) / (hasAttributes ? "tree-with-attributes" : "tree");
+        makeTree(tree, hasAttributes);
+        const std::string rsync = hasAttributes ? "rsync -aWX" : "rsync -aW";
+        const auto copyingTree = [&](const Copy &copy) { return copying(tree, folder, copy, "diff -r", true); };
+        Contest("copy", hasAttributes ? "tree of 10,000 files with attributes" : "tree of 10,000 files", {"ms", 1e3})
+            .ours(copyingTree(copyWithKelvane))
+            .peer("cp -a", 0.75, copyingTree(program("cp -a")))
+            .peer(rsync, 0.5, copyingTree(program(rsync, "/")))
+            .run();
     }
     fs::remove_all(folder);
+    return 0;
 }

@@ -1,31 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What each case measures, always against SQLite's C interface as one would use it by hand, in the same process on the
-// same data, in pairs whose order alternates:
-//   updates-default  100,000 inserts, each in a transaction of its own, rollback journal, synchronous FULL
-//   updates-wal      the same with write-ahead log and synchronous NORMAL
-//                    here: SqliteHelper::executeUpdate; by hand: BEGIN EXCLUSIVE, INSERT, COMMIT, prepared once
-//   table            1,000,000 rows of 8 mixed columns (3 texts, 3 integers, a double, an integer or NULL)
-//                    here: SqliteHelper::executeDataTable; by hand: a std::vector of
-//                    std::unordered_map<std::string, std::variant<…>>
-// Every case runs in a child process, so that memory is counted from fresh: the growth of the resident set at its peak.
+// SQLite through SqliteHelper, beside Qt SQL and beside SQLite's C interface as one would use it by hand:
+//   updates  100,000 inserts, each in a transaction of its own: with the rollback journal and synchronous FULL (the
+//            defaults), and with write-ahead log and synchronous NORMAL. Statements are prepared once by everybody.
+//   table    1,000,000 rows of 8 mixed columns (3 texts, 3 integers, a double, an integer or NULL), kept: an Array of
+//            Dictionaries; a list of QVariantMaps; a vector of unordered_maps from name to variant. Time and memory.
+// Every round runs in a child process, so that memory is counted from fresh.
 //
-// sqlite_bench [FOLDER [ROUNDS]]: FOLDER holds the databases, /dev/shm where it is not given.
+// sqlite_bench [FOLDER]: FOLDER holds the databases, /dev/shm where it is not given: a disk would hide what is compared.
+#include "support/Contest.h"
 
 #include <kelvane/storage/SqliteHelper.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
+#include <QCoreApplication>
+#include <QSqlDatabase>
+#include <QSqlField>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QVariantMap>
 #include <sqlite3.h>
 #include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <unordered_map>
 #include <variant>
 #include <vector>
@@ -33,6 +30,7 @@
 using kelvane::Array;
 using kelvane::SqliteHelper;
 using kelvane::String;
+using namespace kelvane::bench;
 
 namespace {
 
@@ -40,245 +38,246 @@ constexpr int updates = 100'000;
 constexpr int rows = 1'000'000;
 const char *const insertSql = "INSERT INTO log (id, title, size) VALUES (?, ?, ?)";
 const char *const tableSql = "SELECT * FROM media";
+const char *const normalSql = "PRAGMA synchronous = normal";
 
-struct Measured {
-    double seconds;
-    double processorSeconds; // of the process in user and system mode: what a busy machine disturbs less
-    double megabytes;
+struct Closer {
+    void operator()(sqlite3 *database) const { sqlite3_close(database); }
+    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
 };
+using Database = std::unique_ptr<sqlite3, Closer>;
+using Statement = std::unique_ptr<sqlite3_stmt, Closer>;
 
-void check(bool isDone, const char *what)
+Database openByHand(const std::string &path)
 {
-    if (isDone)
-        return;
-    std::fprintf(stderr, "sqlite_bench: %s failed\n", what);
-    _exit(1);
+    sqlite3 *database = nullptr;
+    require(sqlite3_open(path.c_str(), &database) == SQLITE_OK, "a database");
+    return Database(database);
 }
 
-double peakMegabytes()
+Statement prepare(const Database &database, const char *sql)
 {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<double>(usage.ru_maxrss) / 1024;
+    sqlite3_stmt *statement = nullptr;
+    require(sqlite3_prepare_v2(database.get(), sql, -1, &statement, nullptr) == SQLITE_OK, sql);
+    return Statement(statement);
 }
 
-double processorSeconds()
+void executeByHand(const Database &database, const char *sql)
 {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto seconds = [](const timeval &time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+    require(sqlite3_exec(database.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK, sql);
 }
 
-/// Runs `prepare` and then, measured, `run` in a child process.
-Measured measure(const std::function<void()> &prepare, const std::function<void()> &run)
+QSqlDatabase openWithQt(const std::string &path)
 {
-    int ends[2];
-    check(pipe(ends) == 0, "pipe");
-    const pid_t child = fork();
-    if (child == 0) {
-        prepare();
-        const double before = peakMegabytes();
-        const double processorBefore = processorSeconds();
-        const auto begin = std::chrono::steady_clock::now();
-        run();
-        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-        const Measured measured{took.count(), processorSeconds() - processorBefore, peakMegabytes() - before};
-        check(write(ends[1], &measured, sizeof measured) == sizeof measured, "write");
-        _exit(0);
-    }
-    close(ends[1]);
-    Measured measured{};
-    check(read(ends[0], &measured, sizeof measured) == sizeof measured, "measured process");
-    close(ends[0]);
-    waitpid(child, nullptr, 0);
-    return measured;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+    auto database = QSqlDatabase::addDatabase("QSQLITE");
+    database.setDatabaseName(QString::fromStdString(path));
+    require(database.open(), "a database of Qt");
+    return database;
 }
 
 // Updates
 
-std::string makeLog(const std::string &folder, bool isWal)
+void makeLog(const std::string &path, bool isWal)
 {
-    const std::string path = folder + "/log.db";
     for (const char *end : {"", "-wal", "-shm", "-journal"})
         std::filesystem::remove(path + end);
-    sqlite3 *database = nullptr;
-    check(sqlite3_open(path.c_str(), &database) == SQLITE_OK, "open");
+    const Database database = openByHand(path);
     if (isWal)
-        check(sqlite3_exec(database, "PRAGMA journal_mode = wal", nullptr, nullptr, nullptr) == SQLITE_OK, "wal");
-    const char *table = "CREATE TABLE log (id INTEGER PRIMARY KEY, title TEXT, size INTEGER)";
-    check(sqlite3_exec(database, table, nullptr, nullptr, nullptr) == SQLITE_OK, "create");
-    sqlite3_close(database);
-    return path;
+        executeByHand(database, "PRAGMA journal_mode = wal");
+    executeByHand(database, "CREATE TABLE log (id INTEGER PRIMARY KEY, title TEXT, size INTEGER)");
 }
 
 void updateWithHelper(const std::string &path, bool isWal)
 {
     SqliteHelper helper(path);
     if (isWal)
-        check(helper.connection()->executeUpdate("PRAGMA synchronous = normal"), "pragma");
+        require(helper.connection()->executeUpdate(normalSql), normalSql);
     const String sql = insertSql;
     for (int i = 0; i < updates; ++i)
-        check(helper.executeUpdate(sql, Array{i, "a title of a song", i * 3}), "update");
+        require(helper.executeUpdate(sql, Array{i, "a title of a song", i * 3}), insertSql);
+}
+
+void updateWithQt(const std::string &path, bool isWal)
+{
+    QSqlDatabase database = openWithQt(path);
+    if (isWal)
+        require(QSqlQuery(database).exec(normalSql), normalSql);
+    QSqlQuery insert(database);
+    require(insert.prepare(insertSql), insertSql);
+    for (int i = 0; i < updates; ++i) {
+        require(database.transaction(), "begin");
+        insert.bindValue(0, i);
+        insert.bindValue(1, QStringLiteral("a title of a song"));
+        insert.bindValue(2, i * 3);
+        require(insert.exec() && database.commit(), insertSql);
+    }
 }
 
 void updateByHand(const std::string &path, bool isWal)
 {
-    sqlite3 *database = nullptr;
-    check(sqlite3_open(path.c_str(), &database) == SQLITE_OK, "open");
+    const Database database = openByHand(path);
     if (isWal)
-        sqlite3_exec(database, "PRAGMA synchronous = normal", nullptr, nullptr, nullptr);
-    sqlite3_stmt *begin = nullptr;
-    sqlite3_stmt *insert = nullptr;
-    sqlite3_stmt *commit = nullptr;
-    sqlite3_prepare_v2(database, "BEGIN EXCLUSIVE", -1, &begin, nullptr);
-    sqlite3_prepare_v2(database, insertSql, -1, &insert, nullptr);
-    sqlite3_prepare_v2(database, "COMMIT", -1, &commit, nullptr);
-    const auto run = [](sqlite3_stmt *statement) {
-        check(sqlite3_step(statement) == SQLITE_DONE, "step");
-        sqlite3_reset(statement);
+        executeByHand(database, normalSql);
+    const Statement begin = prepare(database, "BEGIN EXCLUSIVE");
+    const Statement insert = prepare(database, insertSql);
+    const Statement commit = prepare(database, "COMMIT");
+    const auto run = [](const Statement &statement) {
+        require(sqlite3_step(statement.get()) == SQLITE_DONE, "a step");
+        sqlite3_reset(statement.get());
     };
     for (int i = 0; i < updates; ++i) {
         run(begin);
-        sqlite3_bind_int64(insert, 1, i);
-        sqlite3_bind_text(insert, 2, "a title of a song", -1, SQLITE_STATIC);
-        sqlite3_bind_int64(insert, 3, i * 3);
+        sqlite3_bind_int64(insert.get(), 1, i);
+        sqlite3_bind_text(insert.get(), 2, "a title of a song", -1, SQLITE_STATIC);
+        sqlite3_bind_int64(insert.get(), 3, i * 3);
         run(insert);
         run(commit);
     }
-    for (auto *statement : {begin, insert, commit})
-        sqlite3_finalize(statement);
-    sqlite3_close(database);
+}
+
+/// A round: a fresh log, filled by `update` and counted, in a child process.
+Contest::Round updating(const std::string &path, bool isWal, void (*update)(const std::string &, bool))
+{
+    return [=] {
+        makeLog(path, isWal);
+        return inChild([&] {
+            const double took = seconds([&] { update(path, isWal); });
+            const Database database = openByHand(path);
+            const Statement count = prepare(database, "SELECT count(*), sum(size) FROM log");
+            require(sqlite3_step(count.get()) == SQLITE_ROW && sqlite3_column_int(count.get(), 0) == updates
+                    && sqlite3_column_int64(count.get(), 1) == 3LL * updates * (updates - 1) / 2,
+                "the rows that were inserted");
+            return took;
+        });
+    };
 }
 
 // Tables
 
-std::string makeMedia(const std::string &folder)
+void makeMedia(const std::string &path)
 {
-    const std::string path = folder + "/media.db";
-    std::filesystem::remove(path);
-    SqliteHelper helper(path);
-    auto &database = *helper.connection();
-    check(database.executeUpdate("CREATE TABLE media (id INTEGER PRIMARY KEY, title TEXT, artist TEXT, path TEXT, "
-                                 "size INTEGER, duration REAL, year INTEGER, rating INTEGER)"),
-        "create");
-    database.beginTransaction();
-    check(database.executeUpdate("WITH RECURSIVE n (i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < ?) "
-                                 "INSERT INTO media SELECT i, 'Title of song ' || i, 'Artist ' || (i % 5000), "
-                                 "'Music/F' || (i % 100) || '/' || hex(i) || '.mp3', i * 4099, i / 7.0, "
-                                 "1950 + i % 75, CASE i % 3 WHEN 0 THEN NULL ELSE i % 5 END FROM n",
-              Array{rows}),
-        "insert");
-    database.commit();
-    return path;
+    const Database database = openByHand(path);
+    executeByHand(database,
+        "CREATE TABLE media (id INTEGER PRIMARY KEY, title TEXT, artist TEXT, path TEXT, size INTEGER, duration REAL, "
+        "year INTEGER, rating INTEGER)");
+    executeByHand(database,
+        ("WITH RECURSIVE n (i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " + std::to_string(rows)
+            + ") INSERT INTO media SELECT i, 'Title of song ' || i, 'Artist ' || (i % 5000), "
+              "'Music/F' || (i % 100) || '/' || hex(i) || '.mp3', i * 4099, i / 7.0, 1950 + i % 75, "
+              "CASE i % 3 WHEN 0 THEN NULL ELSE i % 5 END FROM n")
+            .c_str());
 }
 
-void tableWithHelper(const std::string &path)
+// The tables are kept until the child process ends, which does not destroy them. Each reader checks its last row.
+
+constexpr std::int64_t lastSize = std::int64_t{rows} * 4099;
+
+void readWithHelper(const std::string &path)
 {
     SqliteHelper helper(path);
-    const auto *table = new Array(helper.executeDataTable(tableSql)); // the child ends without destroying it
-    check(table->size() == rows, "table");
+    const auto *table = new Array(helper.executeDataTable(tableSql));
+    require(table->size() == rows && (*table)[rows - 1].dictionary()["size"].longLongValue() == lastSize, "our table");
 }
 
-void tableByHand(const std::string &path)
+void readWithQt(const std::string &path)
 {
-    using Field = std::variant<std::monostate, std::int64_t, double, std::string, std::vector<std::byte>>;
+    QSqlQuery query(openWithQt(path));
+    query.setForwardOnly(true);
+    require(query.exec(tableSql), tableSql);
+    auto *table = new QList<QVariantMap>;
+    const QSqlRecord record = query.record();
+    std::vector<QString> names;
+    for (int i = 0; i < record.count(); ++i)
+        names.push_back(record.fieldName(i));
+    while (query.next()) {
+        QVariantMap row;
+        for (int i = 0; i < record.count(); ++i)
+            row.insert(names[static_cast<std::size_t>(i)], query.value(i));
+        table->append(row);
+    }
+    require(table->size() == rows && table->last()["size"].toLongLong() == lastSize, "the table of Qt");
+}
+
+using Field = std::variant<std::monostate, std::int64_t, double, std::string, std::vector<std::byte>>;
+
+Field fieldOf(sqlite3_stmt *query, int column)
+{
+    const auto size = [&] { return static_cast<std::size_t>(sqlite3_column_bytes(query, column)); };
+    switch (sqlite3_column_type(query, column)) {
+    case SQLITE_INTEGER:
+        return std::int64_t{sqlite3_column_int64(query, column)};
+    case SQLITE_FLOAT:
+        return sqlite3_column_double(query, column);
+    case SQLITE_TEXT: {
+        const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(query, column));
+        return std::string(text, size());
+    }
+    case SQLITE_BLOB: {
+        const auto *bytes = static_cast<const std::byte *>(sqlite3_column_blob(query, column));
+        return std::vector<std::byte>(bytes, bytes + size());
+    }
+    default:
+        return {};
+    }
+}
+
+void readByHand(const std::string &path)
+{
     using Row = std::unordered_map<std::string, Field>;
-    sqlite3 *database = nullptr;
-    check(sqlite3_open(path.c_str(), &database) == SQLITE_OK, "open");
-    sqlite3_stmt *query = nullptr;
-    check(sqlite3_prepare_v2(database, tableSql, -1, &query, nullptr) == SQLITE_OK, "prepare");
+    const Database database = openByHand(path);
+    const Statement query = prepare(database, tableSql);
     auto *table = new std::vector<Row>;
-    const int columns = sqlite3_column_count(query);
-    while (sqlite3_step(query) == SQLITE_ROW) {
+    const int columns = sqlite3_column_count(query.get());
+    while (sqlite3_step(query.get()) == SQLITE_ROW) {
         Row row;
         row.reserve(static_cast<std::size_t>(columns));
-        for (int i = 0; i < columns; ++i) {
-            auto &field = row[sqlite3_column_name(query, i)];
-            const auto size = [&] { return static_cast<std::size_t>(sqlite3_column_bytes(query, i)); };
-            switch (sqlite3_column_type(query, i)) {
-            case SQLITE_INTEGER:
-                field = std::int64_t{sqlite3_column_int64(query, i)};
-                break;
-            case SQLITE_FLOAT:
-                field = sqlite3_column_double(query, i);
-                break;
-            case SQLITE_TEXT: {
-                const auto *text = reinterpret_cast<const char *>(sqlite3_column_text(query, i));
-                field = std::string(text, size());
-                break;
-            }
-            case SQLITE_BLOB: {
-                const auto *bytes = static_cast<const std::byte *>(sqlite3_column_blob(query, i));
-                field = std::vector<std::byte>(bytes, bytes + size());
-                break;
-            }
-            default:
-                break;
-            }
-        }
+        for (int i = 0; i < columns; ++i)
+            row.emplace(sqlite3_column_name(query.get(), i), fieldOf(query.get(), i));
         table->push_back(std::move(row));
     }
-    check(table->size() == rows, "table");
-    sqlite3_finalize(query);
-    sqlite3_close(database);
+    require(table->size() == rows && std::get<std::int64_t>(table->back()["size"]) == lastSize, "the table by hand");
 }
 
-/// Runs both in pairs and prints medians: seconds and megabytes of each, and the ratios of the pairs.
-void compare(
-    const char *name, int rounds, const std::function<Measured()> &here, const std::function<Measured()> &byHand)
+using Read = void (*)(const std::string &);
+
+Contest::Round reading(const std::string &path, Read read)
 {
-    std::vector<double> hereSeconds, handSeconds, timeRatios, processorRatios, memoryRatios;
-    for (int round = 0; round < rounds; ++round) {
-        const bool isHereFirst = round % 2 == 0;
-        const Measured first = isHereFirst ? here() : byHand();
-        const Measured second = isHereFirst ? byHand() : here();
-        const Measured &mine = isHereFirst ? first : second;
-        const Measured &other = isHereFirst ? second : first;
-        hereSeconds.push_back(mine.seconds);
-        handSeconds.push_back(other.seconds);
-        timeRatios.push_back(mine.seconds / other.seconds);
-        processorRatios.push_back(mine.processorSeconds / other.processorSeconds);
-        memoryRatios.push_back(mine.megabytes / other.megabytes);
-    }
-    const auto [least, most] = std::minmax_element(timeRatios.begin(), timeRatios.end());
-    std::printf(
-        "%-16s kelvane %6.3f s, by hand %6.3f s: time x%.2f (%.2f to %.2f), processor time x%.2f, memory x%.2f\n", name,
-        median(hereSeconds), median(handSeconds), median(timeRatios), *least, *most, median(processorRatios),
-        median(memoryRatios));
-    std::fflush(stdout);
+    return [=] { return inChild([&] { return seconds([&] { read(path); }); }); };
+}
+
+Contest::Round memoryOf(const std::string &path, Read read)
+{
+    return [=] { return peakMemoryInChild([] {}, [&] { read(path); }); };
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
+    const QCoreApplication application(argc, argv);
     std::string folder = std::string(argc > 1 ? argv[1] : "/dev/shm") + "/sqlite_bench-XXXXXX";
-    check(mkdtemp(folder.data()) != nullptr, "mkdtemp");
-    const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
-    std::printf("SQLite %s, databases in %s, medians of %d pairs\n", sqlite3_libversion(), folder.c_str(), rounds);
+    require(mkdtemp(folder.data()) != nullptr, "a folder");
 
-    for (const bool isWal : {false, true}) {
-        std::string path;
-        const auto prepare = [&] { makeLog(folder, isWal); };
-        path = folder + "/log.db";
-        compare(
-            isWal ? "updates-wal" : "updates-default", rounds,
-            [&] { return measure(prepare, [&] { updateWithHelper(path, isWal); }); },
-            [&] { return measure(prepare, [&] { updateByHand(path, isWal); }); });
-    }
-    const auto path = makeMedia(folder);
-    compare(
-        "table", rounds, [&] { return measure([] {}, [&] { tableWithHelper(path); }); },
-        [&] { return measure([] {}, [&] { tableByHand(path); }); });
+    const std::string log = folder + "/log.db";
+    for (const bool isWal : {true, false})
+        Contest("sqlite", isWal ? "update, write-ahead log" : "update, defaults", {"us", 1e6 / updates})
+            .ours(updating(log, isWal, updateWithHelper))
+            .peer("C interface", 1.15, updating(log, isWal, updateByHand))
+            .peer("Qt SQL", 0.75, updating(log, isWal, updateWithQt))
+            .run();
+
+    const std::string media = folder + "/media.db";
+    makeMedia(media);
+    Contest("sqlite", "row of a table of 1,000,000", {"us", 1e6 / rows})
+        .ours(reading(media, readWithHelper))
+        .peer("Qt SQL to QVariantMap", 0.4, reading(media, readWithQt))
+        .peer("C interface to unordered_map", 0.4, reading(media, readByHand))
+        .run();
+    // Memory does not vary: three rounds tell it.
+    Contest("sqlite", "memory of a table of 1,000,000 rows", {"MB", 1e-6})
+        .ours(memoryOf(media, readWithHelper))
+        .peer("Qt SQL to QVariantMap", 0.5, memoryOf(media, readWithQt))
+        .peer("C interface to unordered_map", 0.5, memoryOf(media, readByHand))
+        .run(3);
     std::filesystem::remove_all(folder);
     return 0;
 }

@@ -91,7 +91,11 @@ void Array::reserve(std::size_t count)
 
 void Array::append(Value value)
 {
-    writable().values.push_back(element(std::move(value)));
+    auto &values = writable().values;
+    if (value.isNil())
+        values.emplace_back(NullObject{});
+    else
+        values.push_back(std::move(value));
 }
 
 void Array::insert(std::size_t index, Value value)

@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <cassert>
 #include <cstdint>
+#include <limits>
+#include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -115,11 +118,45 @@ std::size_t Dictionary::KeySet::indexOf(std::string_view name) const noexcept
     return _rep->indexOf(name);
 }
 
+/// The values follow in the same allocation: a row of a result is one.
 struct Dictionary::Rep : detail::RefCounted {
+    std::uint32_t count = 0;
+    std::uint32_t capacity;
     detail::Ref<KeySet::Rep> keys;
-    std::vector<Value> values; // values[i] belongs to keys->names[i]
 
-    static void destroy(const Rep *rep) noexcept { delete rep; }
+    explicit Rep(std::uint32_t room) noexcept : capacity(room) {}
+    ~Rep() { std::destroy_n(values(), count); }
+
+    static detail::Ref<Rep> create(std::size_t capacity)
+    {
+        static_assert(alignof(Value) <= alignof(Rep) && sizeof(Rep) % alignof(Value) == 0);
+        if (capacity > std::numeric_limits<std::uint32_t>::max())
+            throw std::bad_alloc();
+        void *const memory = ::operator new(sizeof(Rep) + capacity * sizeof(Value));
+        return detail::Ref<Rep>::adopt(new (memory) Rep(static_cast<std::uint32_t>(capacity)));
+    }
+    static void destroy(const Rep *rep) noexcept
+    {
+        rep->~Rep();
+        ::operator delete(const_cast<Rep *>(rep));
+    }
+
+    // values()[i] belongs to keys->names[i]
+    [[nodiscard]] Value *values() noexcept { return reinterpret_cast<Value *>(this + 1); }
+
+    void append(Value &&value) noexcept
+    {
+        assert(count < capacity);
+        new (values() + count) Value(std::move(value));
+        ++count;
+    }
+    /// Fills the place of the removed value with the last one.
+    void removeAt(std::size_t index) noexcept
+    {
+        if (index + 1 < count)
+            values()[index] = std::move(values()[count - 1]);
+        std::destroy_at(values() + --count);
+    }
 
     [[nodiscard]] KeySet::Rep &writableKeys()
     {
@@ -138,16 +175,16 @@ Dictionary::Dictionary(std::nullptr_t) noexcept {}
 
 Dictionary::Dictionary(std::initializer_list<Entry> entries)
 {
-    writable();
+    writable(entries.size());
     for (const auto &[key, value] : entries)
         set(key, value);
 }
 
-Dictionary::Dictionary(const KeySet &keys, std::span<Value> values) : _rep(detail::Ref<Rep>::adopt(new Rep))
+Dictionary::Room Dictionary::makeRoom(const KeySet &keys)
 {
-    assert(keys.size() == values.size());
+    _rep = Rep::create(keys.size());
     _rep->keys = keys._rep;
-    _rep->values.assign(std::make_move_iterator(values.begin()), std::make_move_iterator(values.end()));
+    return {_rep->values(), &_rep->count};
 }
 
 Dictionary::Dictionary(const Dictionary &other) noexcept = default;
@@ -165,7 +202,7 @@ Dictionary Dictionary::empty()
 
 std::size_t Dictionary::size() const noexcept
 {
-    return _rep ? _rep->values.size() : 0;
+    return _rep ? _rep->count : 0;
 }
 
 const Value &Dictionary::operator[](std::string_view key) const noexcept
@@ -173,12 +210,12 @@ const Value &Dictionary::operator[](std::string_view key) const noexcept
     if (!_rep)
         return nil;
     const std::size_t index = _rep->keys->indexOf(key);
-    return index < _rep->values.size() ? _rep->values[index] : nil;
+    return index < _rep->count ? _rep->values()[index] : nil;
 }
 
 bool Dictionary::contains(std::string_view key) const noexcept
 {
-    return _rep && _rep->keys->indexOf(key) < _rep->values.size();
+    return _rep && _rep->keys->indexOf(key) < _rep->count;
 }
 
 const String &Dictionary::keyAt(std::size_t index) const noexcept
@@ -190,7 +227,7 @@ const String &Dictionary::keyAt(std::size_t index) const noexcept
 const Value &Dictionary::valueAt(std::size_t index) const noexcept
 {
     assert(index < size());
-    return _rep->values[index];
+    return _rep->values()[index];
 }
 
 void Dictionary::set(const String &key, Value value)
@@ -200,15 +237,14 @@ void Dictionary::set(const String &key, Value value)
         remove(key.view());
         return;
     }
-    auto &rep = writable();
-    const std::size_t index = rep.keys->indexOf(key.view());
-    if (index < rep.values.size()) {
-        rep.values[index] = std::move(value);
+    const std::size_t index = _rep ? _rep->keys->indexOf(key.view()) : 0;
+    if (index < size()) {
+        writable().values()[index] = std::move(value);
         return;
     }
-    auto &keys = rep.writableKeys();
-    rep.values.push_back(std::move(value));
-    keys.append(key);
+    auto &rep = writable(size() + 1);
+    rep.writableKeys().append(key); // first, because it may throw
+    rep.append(std::move(value));
 }
 
 void Dictionary::remove(std::string_view key)
@@ -218,9 +254,7 @@ void Dictionary::remove(std::string_view key)
     auto &rep = writable();
     const std::size_t index = rep.keys->indexOf(key);
     rep.writableKeys().removeAt(index);
-    if (index + 1 < rep.values.size())
-        rep.values[index] = std::move(rep.values.back());
-    rep.values.pop_back();
+    rep.removeAt(index);
 }
 
 String Dictionary::description() const
@@ -238,17 +272,20 @@ String Dictionary::description() const
     return text += "}";
 }
 
-Dictionary::Rep &Dictionary::writable()
+/// A representation that nobody shares, with room for so many values.
+Dictionary::Rep &Dictionary::writable(std::size_t room)
 {
-    if (!_rep) {
-        _rep = detail::Ref<Rep>::adopt(new Rep);
-        _rep->keys = detail::Ref<KeySet::Rep>::adopt(new KeySet::Rep);
-    } else if (!_rep->isUnique()) {
-        auto copy = detail::Ref<Rep>::adopt(new Rep);
-        copy->keys = _rep->keys;
-        copy->values = _rep->values;
-        _rep = std::move(copy);
-    }
+    const bool isOwn = _rep && _rep->isUnique();
+    if (isOwn && room <= _rep->capacity)
+        return *_rep;
+    // What grows one by one doubles, so that it moves few times.
+    constexpr std::size_t least = 4;
+    const std::size_t had = _rep ? _rep->capacity : 0;
+    auto next = Rep::create(room <= had ? std::max(room, size()) : std::max({room, had * 2, least}));
+    next->keys = _rep ? _rep->keys : detail::Ref<KeySet::Rep>::adopt(new KeySet::Rep);
+    for (std::size_t i = 0; i < size(); ++i)
+        next->append(isOwn ? std::move(_rep->values()[i]) : Value(_rep->values()[i]));
+    _rep = std::move(next);
     return *_rep;
 }
 

@@ -6,7 +6,9 @@
 #include <kelvane/foundation/String.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
+#include <new>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -53,9 +55,19 @@ public:
     Dictionary() noexcept;
     Dictionary(std::nullptr_t) noexcept;
     Dictionary(std::initializer_list<Entry> entries);
-    /// A dictionary of shared names and the values at their places; there are as many values as names, and none is
-    /// nil. The values are moved from.
-    Dictionary(const KeySet &keys, std::span<Value> values);
+    /// A dictionary of shared names and the values that `make` gives for their places, in order; none is nil. They are
+    /// made where they stay, which is what reading large results is fast by.
+    template <class Make, class AnyValue = Value>
+    [[nodiscard]] static Dictionary of(const KeySet &keys, Make &&make)
+    {
+        Dictionary row;
+        const Room room = row.makeRoom(keys);
+        for (std::size_t place = 0, size = keys.size(); place < size; ++place) {
+            new (static_cast<AnyValue *>(room.values) + place) AnyValue(make(place));
+            ++*room.count; // what is made by now is destroyed with the row, should the next one throw
+        }
+        return row;
+    }
     Dictionary(const Dictionary &other) noexcept;
     Dictionary(Dictionary &&other) noexcept;
     Dictionary &operator=(const Dictionary &other) noexcept;
@@ -90,7 +102,13 @@ public:
 
 private:
     struct Rep;
-    Rep &writable();
+    /// Memory for values that are still to be made, and how many there are.
+    struct Room {
+        void *values;
+        std::uint32_t *count;
+    };
+    Room makeRoom(const KeySet &keys);
+    Rep &writable(std::size_t room = 0);
 
     detail::Ref<Rep> _rep;
 };

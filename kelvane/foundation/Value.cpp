@@ -105,36 +105,12 @@ bool equalNumbers(const Value &a, const Value &b) noexcept
 } // namespace
 
 // A null object of a kind is no value of that kind: it is nil, so that isNil() is the only question to ask.
-Value::Value(kelvane::String value) noexcept
-{
-    if (!value.isNull())
-        _value = std::move(value);
-}
-Value::Value(kelvane::Data value) noexcept
-{
-    if (!value.isNull())
-        _value = std::move(value);
-}
-Value::Value(kelvane::Date value) noexcept
-{
-    if (!value.isNull())
-        _value = value;
-}
-Value::Value(kelvane::Array value) noexcept
-{
-    if (!value.isNull())
-        _value = std::move(value);
-}
-Value::Value(kelvane::Dictionary value) noexcept
-{
-    if (!value.isNull())
-        _value = std::move(value);
-}
-Value::Value(kelvane::Object value) noexcept
-{
-    if (!value.isNull())
-        _value = std::move(value);
-}
+Value::Value(kelvane::String value) noexcept : _value(value.isNull() ? Kinds() : Kinds(std::move(value))) {}
+Value::Value(kelvane::Data value) noexcept : _value(value.isNull() ? Kinds() : Kinds(std::move(value))) {}
+Value::Value(kelvane::Date value) noexcept : _value(value.isNull() ? Kinds() : Kinds(value)) {}
+Value::Value(kelvane::Array value) noexcept : _value(value.isNull() ? Kinds() : Kinds(std::move(value))) {}
+Value::Value(kelvane::Dictionary value) noexcept : _value(value.isNull() ? Kinds() : Kinds(std::move(value))) {}
+Value::Value(kelvane::Object value) noexcept : _value(value.isNull() ? Kinds() : Kinds(std::move(value))) {}
 
 std::int32_t Value::intValue() const noexcept
 {

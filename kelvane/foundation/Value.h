@@ -100,9 +100,9 @@ private:
     }
 
     // In the order of Kind.
-    std::variant<std::monostate, NullObject, bool, std::int64_t, std::uint64_t, double, kelvane::String, kelvane::Data,
-        kelvane::Date, kelvane::Array, kelvane::Dictionary, kelvane::Object>
-        _value;
+    using Kinds = std::variant<std::monostate, NullObject, bool, std::int64_t, std::uint64_t, double, kelvane::String,
+        kelvane::Data, kelvane::Date, kelvane::Array, kelvane::Dictionary, kelvane::Object>;
+    Kinds _value;
 };
 
 static_assert(sizeof(Value) == 16);

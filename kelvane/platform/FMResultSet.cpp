@@ -39,26 +39,22 @@ std::string_view bytesOf(sqlite3_value *column)
     return bytes ? std::string_view(bytes, size) : std::string_view();
 }
 
-/// Writes the value as it is stored into `value`.
-void readInto(Value &value, sqlite3_value *column)
+/// The value as it is stored.
+Value valueOf(sqlite3_value *column)
 {
     switch (sqlite3_value_type(column)) {
     case SQLITE_INTEGER:
-        value = Value(static_cast<std::int64_t>(sqlite3_value_int64(column)));
-        break;
+        return static_cast<std::int64_t>(sqlite3_value_int64(column));
     case SQLITE_FLOAT:
-        value = Value(sqlite3_value_double(column));
-        break;
+        return sqlite3_value_double(column);
     case SQLITE_TEXT:
-        value = Value(String(bytesOf(column)));
-        break;
+        return String(bytesOf(column));
     case SQLITE_BLOB: {
         const auto bytes = bytesOf(column);
-        value = Value(Data(bytes.data(), bytes.size()));
-        break;
+        return Data(bytes.data(), bytes.size());
     }
     default:
-        value = NullObject{};
+        return NullObject{};
     }
 }
 
@@ -66,15 +62,14 @@ void readInto(Value &value, sqlite3_value *column)
 
 /// What is the same for all rows of a result.
 struct FMResultSet::Columns {
-    explicit Columns(const std::vector<String> &names) : keys(names), values(keys.size()), places(names.size())
+    explicit Columns(const std::vector<String> &names) : keys(names), columns(keys.size())
     {
         for (std::size_t i = 0; i < names.size(); ++i)
-            places[i] = keys.indexOf(names[i].view());
+            columns[keys.indexOf(names[i].view())] = static_cast<int>(i);
     }
 
     Dictionary::KeySet keys;
-    std::vector<Value> values; // of the row at hand, moved into its dictionary
-    std::vector<std::size_t> places; // where in `values` each column goes; equal names share one
+    std::vector<int> columns; // which column the value of each key is: of equal names the last
 };
 
 FMResultSet::FMResultSet(
@@ -124,10 +119,9 @@ Dictionary FMResultSet::resultDictionary()
     const int count = handle ? sqlite3_data_count(handle) : 0;
     if (count == 0)
         return {};
-    auto &shared = columns(count);
-    for (int i = 0; i < count; ++i)
-        readInto(shared.values[shared.places[static_cast<std::size_t>(i)]], sqlite3_column_value(handle, i));
-    return Dictionary(shared.keys, shared.values);
+    const auto &shared = columns(count);
+    return Dictionary::of(
+        shared.keys, [&](std::size_t place) { return valueOf(sqlite3_column_value(handle, shared.columns[place])); });
 }
 
 FMResultSet::Columns &FMResultSet::columns(int count)
@@ -146,10 +140,8 @@ FMResultSet::Columns &FMResultSet::columns(int count)
 
 Value FMResultSet::objectForColumnIndex(int index) const
 {
-    Value value = NullObject{};
-    if (auto *column = columnOf(_statement, index))
-        readInto(value, column);
-    return value;
+    auto *column = columnOf(_statement, index);
+    return column ? valueOf(column) : NullObject{};
 }
 
 String FMResultSet::stringForColumnIndex(int index) const

@@ -124,7 +124,9 @@ private:
 /// the nanosecond, and owners where permitted (set-id bits go when the owner they speak for cannot be kept). Attributes
 /// that need privileges (security.*, trusted.*) are left out without them. Times of birth cannot be set on Linux.
 ///
-/// Threads: any; each call has its own state. Blocks until the copy is done.
+/// Threads: any; each call has its own state. Blocks until the copy is done. The callback is called on the caller's thread
+/// alone; small files of a tree may have been read before their turn by threads that live as long as the call. A file
+/// that changes before its turn is read again.
 /// `state` may be null: nobody is told, and the first failure ends the copy.
 KELVANE_EXPORT int copyfile(const String &from, const String &to, FileCopyState *state, std::uint32_t flags);
 

@@ -57,6 +57,7 @@ public:
     FileCopySession(const String &from, const String &to, FileCopyState *state, std::uint32_t flags);
 
     [[nodiscard]] bool has(std::uint32_t flag) const noexcept { return (_flags & flag) != 0; }
+    [[nodiscard]] bool hasAll(std::uint32_t flags) const noexcept { return (_flags & flags) == flags; }
     [[nodiscard]] bool synchronise() const noexcept { return _state->_synchronise; }
 
     /// Remembers why the entry fails.

@@ -16,6 +16,12 @@ public:
           _replace(!session.has(COPYFILE_EXCL))
     {
     }
+    /// One that is there already, complete and without a name.
+    StagedFile(FileCopySession &session, int folder, const char *name, FileDescriptor nameless)
+        : StagedFile(session, folder, name)
+    {
+        _file = std::move(nameless);
+    }
     ~StagedFile();
     StagedFile(const StagedFile &) = delete;
     StagedFile &operator=(const StagedFile &) = delete;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <kelvane/platform/FileCopyAhead_p.h>
 #include <kelvane/platform/FileCopyAttributes_p.h>
 
 #include <algorithm>
@@ -20,12 +21,6 @@ constexpr mode_t unfinishedFolder = 0700;
 constexpr int closingDepth = 64;
 constexpr int deepest = 2048;
 
-struct Entry {
-    std::string name;
-    ino_t inode;
-    unsigned char type;
-};
-
 // A folder whose links are still to be made; `path` is relative to the root, empty for the root itself.
 struct LinkFolder {
     std::string path;
@@ -45,8 +40,16 @@ bool sameEntry(const struct stat &a, const struct stat &b)
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+// The type of an entry whose folder does not tell it; unknown if the entry is gone by now.
+unsigned char typeOf(int folder, const char *name)
+{
+    struct stat info {};
+    return fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) == 0 ? static_cast<unsigned char>(IFTODT(info.st_mode))
+                                                                  : static_cast<unsigned char>(DT_UNKNOWN);
+}
+
 // The entries in the order in which they lie on the disk. 0, or errno with those that could be read.
-int listFolder(int folder, std::vector<Entry> &entries)
+int listFolder(int folder, std::vector<CopyEntry> &entries)
 {
     const int own = fcntl(folder, F_DUPFD_CLOEXEC, 0);
     DIR *const listing = own < 0 ? nullptr : fdopendir(own);
@@ -59,21 +62,14 @@ int listFolder(int folder, std::vector<Entry> &entries)
     errno = 0;
     while (const dirent *const entry = readdir(listing)) {
         if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
-            entries.push_back({entry->d_name, entry->d_ino, entry->d_type});
+            entries.push_back({entry->d_name, entry->d_ino,
+                entry->d_type == DT_UNKNOWN ? typeOf(folder, entry->d_name) : entry->d_type});
         errno = 0;
     }
     const int reason = errno;
     closedir(listing);
-    std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) { return a.inode < b.inode; });
+    std::sort(entries.begin(), entries.end(), [](const CopyEntry &a, const CopyEntry &b) { return a.inode < b.inode; });
     return reason;
-}
-
-unsigned char typeOf(int folder, const Entry &entry)
-{
-    struct stat info {};
-    if (entry.type != DT_UNKNOWN || fstatat(folder, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
-        return entry.type;
-    return static_cast<unsigned char>(IFTODT(info.st_mode));
 }
 
 // Opens `path` below `root` name by name, so that neither a link nor the length of a path gets in the way.
@@ -90,7 +86,7 @@ FileDescriptor openBelow(int root, const std::string &path)
 
 class TreeCopy {
 public:
-    explicit TreeCopy(FileCopySession &session) : _session(session), _base(session.to.size() + 1) {}
+    explicit TreeCopy(FileCopySession &session) : _session(session), _base(session.to.size() + 1), _ahead(session) {}
 
     CopyStep run(const CopyPlace &place);
 
@@ -98,7 +94,8 @@ private:
     CopyStep copyFolder(const CopyPlace &place, Folder *above, int depth);
     CopyStep openFolders(const CopyPlace &place, Folder &folder, int depth);
     CopyStep copyContent(Folder &folder, int depth);
-    CopyStep copyEntry(Folder &folder, const Entry &entry, unsigned char type, int depth);
+    CopyStep copyEntries(Folder &folder, const std::vector<CopyEntry> &entries, LinkFolder &links, int depth);
+    CopyStep copyEntry(Folder &folder, const CopyEntry &entry, std::optional<PreparedCopy> prepared, int depth);
     CopyStep cleanUp(const Folder &folder);
     CopyStep copyLinks();
     CopyStep copyLinksOf(const LinkFolder &links);
@@ -109,6 +106,7 @@ private:
     const std::size_t _base; // where the relative path begins in the session's paths of the destination
     Folder _root;
     std::vector<LinkFolder> _links;
+    FileCopyAhead _ahead;
 };
 
 CopyStep TreeCopy::run(const CopyPlace &place)
@@ -191,16 +189,11 @@ CopyStep TreeCopy::copyFolder(const CopyPlace &place, Folder *above, int depth)
 
 CopyStep TreeCopy::copyContent(Folder &folder, int depth)
 {
-    std::vector<Entry> entries;
+    std::vector<CopyEntry> entries;
     const int unreadable = listFolder(folder.in.get(), entries);
     LinkFolder links{_session.to.size() < _base ? std::string() : _session.to.substr(_base), {}};
-    for (const Entry &entry : entries) {
-        const unsigned char type = typeOf(folder.in.get(), entry);
-        if (type == DT_LNK)
-            links.names.push_back(entry.name);
-        else if (copyEntry(folder, entry, type, depth) == CopyStep::Stop)
-            return CopyStep::Stop;
-    }
+    if (copyEntries(folder, entries, links, depth) == CopyStep::Stop)
+        return CopyStep::Stop;
     if (!links.names.empty())
         _links.push_back(std::move(links));
     if (unreadable != 0)
@@ -208,18 +201,39 @@ CopyStep TreeCopy::copyContent(Folder &folder, int depth)
     return CopyStep::Done;
 }
 
-CopyStep TreeCopy::copyEntry(Folder &folder, const Entry &entry, unsigned char type, int depth)
+CopyStep TreeCopy::copyEntries(Folder &folder, const std::vector<CopyEntry> &entries, LinkFolder &links, int depth)
+{
+    // So deep that a folder below closes this one, nothing is copied ahead, which needs it open.
+    std::optional<FileCopyAhead::Folder> ahead;
+    if (depth + 1 < closingDepth)
+        ahead.emplace(_ahead, folder.in.get(), folder.out.get(), folder.inInfo.st_dev, entries);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        std::optional<PreparedCopy> prepared = ahead ? ahead->take(i) : std::nullopt;
+        if (entries[i].type == DT_LNK)
+            links.names.push_back(entries[i].name);
+        else if (copyEntry(folder, entries[i], std::move(prepared), depth) == CopyStep::Stop)
+            return CopyStep::Stop;
+    }
+    return CopyStep::Done;
+}
+
+CopyStep TreeCopy::copyEntry(Folder &folder, const CopyEntry &entry, std::optional<PreparedCopy> prepared, int depth)
 {
     const CopyPathStep path(_session, entry.name.c_str());
     const CopyPlace place{folder.in.get(), entry.name.c_str(), folder.out.get(), entry.name.c_str()};
-    if (type == DT_DIR)
+    if (entry.type == DT_DIR)
         return copyFolder(place, &folder, depth + 1);
-    if (const CopyStep step = _session.tell(COPYFILE_RECURSE_FILE, COPYFILE_START); step != CopyStep::Done)
+    CopyStep step = _session.tell(COPYFILE_RECURSE_FILE, COPYFILE_START);
+    if (step != CopyStep::Done)
         return step;
-    // An unknown type is that of an entry that is gone by now: opening it says so.
-    return _session.finishEntry(COPYFILE_RECURSE_FILE,
-        type == DT_REG || type == DT_UNKNOWN ? copyFile(_session, place, _root.out.get(), _base)
-                                             : _session.fail(ENOTSUP));
+    if (prepared)
+        step = copyPrepared(_session, place, std::move(*prepared), _root.out.get(), _base);
+    else if (entry.type == DT_REG || entry.type == DT_UNKNOWN)
+        // An unknown type is that of an entry that is gone by now: opening it says so.
+        step = copyFile(_session, place, _root.out.get(), _base);
+    else
+        step = _session.fail(ENOTSUP);
+    return _session.finishEntry(COPYFILE_RECURSE_FILE, step);
 }
 
 CopyStep TreeCopy::cleanUp(const Folder &folder)

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <new>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -110,6 +111,15 @@ TEST(Allocations, CopyingADictionaryMakesNoneUntilTheCopyIsChanged)
         0);
     EXPECT_GT(allocationsOf([&] { copy.set("count", 8); }), 0);
     EXPECT_EQ(dictionary["count"].intValue(), 7);
+}
+
+TEST(Allocations, ARowOfAResultIsOne)
+{
+    const std::vector<String> names{"id", "size", "length"};
+    const Dictionary::KeySet keys(names);
+    Dictionary row;
+    EXPECT_EQ(allocationsOf([&] { row = Dictionary::of(keys, [](std::size_t place) { return Value(place); }); }), 1);
+    EXPECT_EQ(row["length"].intValue(), 2);
 }
 
 TEST(Allocations, TrimmingWhatNeedsNoneMakesNone)

@@ -5,7 +5,9 @@
 
 #include <latch>
 #include <map>
+#include <memory>
 #include <random>
+#include <stdexcept>
 #include <thread>
 
 using kelvane::Array;
@@ -115,14 +117,49 @@ TEST(Dictionary, RowsShareTheirNames)
     EXPECT_EQ(keys.size(), 2U);
     EXPECT_EQ(keys.indexOf("title"), 1U);
     EXPECT_EQ(keys.indexOf("none"), 2U);
-    std::vector<Value> values{1, "one"};
-    Dictionary first(keys, values);
-    std::vector<Value> others{2, "two"};
-    const Dictionary second(keys, others);
+    Dictionary first = Dictionary::of(keys, [](std::size_t place) { return place == 0 ? Value(1) : Value("one"); });
+    const Dictionary second =
+        Dictionary::of(keys, [](std::size_t place) { return place == 0 ? Value(2) : Value("two"); });
     EXPECT_TRUE(isSameObject(first.keyAt(1), second.keyAt(1)));
     first.set("extra", true); // takes a key set of its own
     EXPECT_FALSE(second.contains("extra"));
     EXPECT_EQ(second["title"].string(), "two");
+}
+
+TEST(Dictionary, ARowIsMadeInPlaceInTheOrderOfItsNames)
+{
+    const std::vector<String> names{"id", "title", "rest"};
+    const Dictionary::KeySet keys(names);
+    std::vector<std::size_t> places;
+    Dictionary row = Dictionary::of(keys, [&](std::size_t place) {
+        places.push_back(place);
+        return place == 0 ? Value(7) : place == 1 ? Value("text") : Value(NullObject{});
+    });
+    EXPECT_EQ(places, (std::vector<std::size_t>{0, 1, 2}));
+    EXPECT_TRUE(row == (Dictionary{{"id", 7}, {"title", "text"}, {"rest", NullObject{}}}));
+    const Dictionary before = row;
+    row.set("more", 1); // a row is as large as its names: it moves to grow
+    row.remove("id");
+    EXPECT_EQ(row.size(), 3U);
+    EXPECT_TRUE(row == (Dictionary{{"title", "text"}, {"rest", NullObject{}}, {"more", 1}}));
+    EXPECT_EQ(before["id"].intValue(), 7);
+    EXPECT_TRUE(Dictionary::of(Dictionary::KeySet(std::vector<String>()), [](std::size_t) { return Value(1); })
+        == Dictionary::empty());
+}
+
+TEST(Dictionary, ARowWhoseMakerThrowsLeavesNothing)
+{
+    const auto witness = std::make_shared<int>(1);
+    const std::vector<String> names{"first", "second", "third"};
+    const Dictionary::KeySet keys(names);
+    EXPECT_THROW((void)Dictionary::of(keys,
+                     [&](std::size_t place) -> Value {
+                         if (place == 2)
+                             throw std::runtime_error("no third");
+                         return kelvane::Object(witness);
+                     }),
+        std::runtime_error);
+    EXPECT_EQ(witness.use_count(), 1);
 }
 
 TEST(Dictionary, AgreesWithAMapUnderRandomChanges)

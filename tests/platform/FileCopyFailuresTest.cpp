@@ -10,6 +10,7 @@
 #include <sys/xattr.h>
 #include <tests/support/CopyRecorder.h>
 #include <tests/support/LogCapture.h>
+#include <tests/support/OrdinaryUser.h>
 #include <tests/support/SystemCallFault.h>
 #include <tests/support/TemporaryFolder.h>
 
@@ -119,19 +120,37 @@ TEST_F(FileCopyFailures, BadArgumentsHaveTheirErrors)
 
 TEST_F(FileCopyFailures, LostPermissionFailsTheEntryAndTheTreeGoesOn)
 {
-    if (geteuid() == 0)
-        GTEST_SKIP() << "root needs no permission";
     std::filesystem::create_directories(from / "closed");
     writeFile(from / "secret", "content");
     writeFile(from / "open", "content");
     chmod((from / "secret").c_str(), 0);
     chmod((from / "closed").c_str(), 0);
-    EXPECT_EQ(copy.copy(from, to, CopyRecorder::treeFlags), 0);
+    ASSERT_TRUE(giveToOrdinaryUser(folder.path()));
+    EXPECT_TRUE(asOrdinaryUser([&] {
+        EXPECT_EQ(copy.copy(from, to, CopyRecorder::treeFlags), 0);
+        EXPECT_EQ(copy.state.failedCount(), 2U);
+        for (const FileCopyFailure &failure : copy.state.failures())
+            EXPECT_EQ(failure.error, EACCES);
+        EXPECT_EQ(copy.count("File Error"), 1);
+        EXPECT_EQ(copy.count("Dir Error"), 1);
+        return !HasFailure();
+    }));
     EXPECT_THAT(namesIn(to), ElementsAre("open"));
-    EXPECT_EQ(copy.state.failedCount(), 2U);
-    EXPECT_EQ(copy.count("File Error"), 1);
-    EXPECT_EQ(copy.count("Dir Error"), 1);
     chmod((from / "closed").c_str(), 0700);
+}
+
+TEST_F(FileCopyFailures, ADestinationWithoutPermissionFailsAndIsNotTouched)
+{
+    writeFile(from, "content");
+    std::filesystem::create_directory(folder.path("closed"));
+    chmod(folder.path("closed").c_str(), 0500);
+    ASSERT_TRUE(giveToOrdinaryUser(folder.path()));
+    EXPECT_TRUE(asOrdinaryUser([&] {
+        EXPECT_EQ(copy.copy(from, folder.path("closed") / "to", CopyRecorder::fileFlags), -1);
+        EXPECT_EQ(copy.error, EACCES);
+        return !HasFailure();
+    }));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path("closed")));
 }
 
 TEST_F(FileCopyFailures, ASourceThatGrowsWhileItIsCopiedFailsAndLeavesNothing)

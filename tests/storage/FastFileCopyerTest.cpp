@@ -125,6 +125,17 @@ TEST_F(FastFileCopyerTest, AMissingSourceFailsAndLeavesResultAndTotalsAlone)
     EXPECT_FALSE(std::filesystem::exists(to.str()));
 }
 
+TEST_F(FastFileCopyerTest, TheStateOfTheCopyBeforeStaysUntilTheNextOneCopies)
+{
+    writeFile(from.str(), "content");
+    copier->fileCopyFromPath(folder.string("missing"), to);
+    copier->fileCopyFromPath(from, to);
+    copier->fileCopyFromPath(from, folder.string("to-2"));
+    EXPECT_THAT(
+        listener->calls, ElementsAre("start", "finish", "start", "progress", "finish", "start", "progress", "finish"));
+    EXPECT_THAT(listener->states, ElementsAre(0, 3, 3, 1, 2, 2, 1, 2));
+}
+
 TEST_F(FastFileCopyerTest, NullPathsAndADanglingLinkAreMissingSources)
 {
     std::filesystem::create_symlink("nowhere", from.str());
@@ -215,6 +226,17 @@ TEST_F(FastFileCopyerTest, AnEarlierCancellationIsWithdrawnAtTheStart)
     copier->fileCopyFromPath(from, to);
     EXPECT_EQ(copier->state(), 2);
     EXPECT_FALSE(copier->isCancelled());
+}
+
+TEST_F(FastFileCopyerTest, ACancellationMayBeWithdrawnBeforeTheNextCallback)
+{
+    writeFile(from.str(), "content");
+    listener->action = [](const std::string &, FastFileCopyer &which) {
+        which.setIsCancelled(true);
+        which.setIsCancelled(false);
+    };
+    copier->fileCopyFromPath(from, to);
+    EXPECT_EQ(copier->state(), 2);
 }
 
 TEST_F(FastFileCopyerTest, CancellingInWillStartEndsTheCopyBeforeAnythingIsLogged)
@@ -440,6 +462,20 @@ TEST_F(FastFileCopyerTest, WhatADelegateThrowsInAnAsynchronousCopyIsLogged)
     EXPECT_THAT(log.errorLines(), ElementsAre("copy file exception:the reason"));
     EXPECT_EQ(copier->state(), 3);
     EXPECT_FALSE(std::filesystem::exists(to.str()));
+}
+
+TEST_F(FastFileCopyerTest, AnythingElseThatADelegateThrowsIsPassedOnToTheQueue)
+{
+    writeFile(from.str(), "content");
+    const LogCapture log;
+    listener->action = [](const std::string &, FastFileCopyer &) { throw 42; };
+    copier->asyncfileCopyFromPath(from, to);
+    waitForQueue();
+    EXPECT_THAT(log.errorLines(), ElementsAre("uncaught exception of unknown type on a queue thread"));
+    listener->action = nullptr;
+    copier->asyncfileCopyFromPath(from, to);
+    waitForQueue();
+    EXPECT_EQ(copier->state(), 2) << "the queue goes on";
 }
 
 TEST_F(FastFileCopyerTest, WhatADelegateThrowsInASynchronousCopyIsPassedOn)

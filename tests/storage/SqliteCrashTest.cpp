@@ -21,11 +21,11 @@ using kelvane::testsupport::TemporaryFolder;
 
 namespace {
 
-// A round takes some 10 ms; KELVANE_CRASH_KILLS asks for more of them.
+// Of each kind of journal. A round takes some 30 ms; KELVANE_CRASH_KILLS asks for more of them.
 int kills()
 {
     const char *wanted = std::getenv("KELVANE_CRASH_KILLS");
-    return wanted ? std::atoi(wanted) : 20;
+    return wanted ? std::atoi(wanted) : 100;
 }
 
 /// Adds the rows from `first` on, one update each, and writes a byte for every one that is acknowledged. A trigger

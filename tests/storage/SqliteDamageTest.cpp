@@ -319,6 +319,19 @@ TEST_F(SqliteDamage, ADeletedDatabaseIsNoticedAndStartsEmpty)
     }
 }
 
+TEST_F(SqliteDamage, ADatabaseDeletedWithinATransactionIsNoticed)
+{
+    makeMediaDatabase(path, 3);
+    SqliteHelper helper(path);
+    ASSERT_TRUE(helper.beginTransaction());
+    EXPECT_TRUE(helper.goodConnection());
+    EXPECT_TRUE(helper.inTransaction());
+    fs::remove(folder.path("media.db"));
+    EXPECT_FALSE(helper.connection()->goodConnection());
+    EXPECT_TRUE(helper.goodConnection()) << "opened anew";
+    EXPECT_FALSE(helper.inTransaction());
+}
+
 TEST_F(SqliteDamage, AReplacedDatabaseIsOpenedAnew)
 {
     makeMediaDatabase(path, 3);

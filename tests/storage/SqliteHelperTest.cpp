@@ -137,6 +137,19 @@ TEST_F(SqliteHelperTest, TransactionControlIsForwarded)
     EXPECT_EQ(helper.intForQuery("SELECT count(*) FROM media"), 0);
 }
 
+TEST_F(SqliteHelperTest, ClosesItsConnectionWhenItGoes)
+{
+    {
+        SqliteHelper helper(path);
+        ASSERT_TRUE(helper.beginTransaction());
+        ASSERT_TRUE(helper.connection()->executeUpdate("DELETE FROM media"));
+    }
+    SqliteHelper other(path);
+    other.setMaxBusyRetryTimeInterval(0);
+    EXPECT_TRUE(other.executeUpdate("DELETE FROM media WHERE id = 1")) << "the lock is gone";
+    EXPECT_EQ(other.intForQuery("SELECT count(*) FROM media"), 2) << "what was not committed as well";
+}
+
 TEST_F(SqliteHelperTest, TheTimeLimitHoldsForLaterConnections)
 {
     SqliteHelper helper(path);

@@ -85,6 +85,10 @@ bool SqliteConnection::isGood()
         return false;
     if (hasMoved())
         return noteError(SQLITE_READONLY, "the database file was moved or deleted");
+    // To begin to write SQLite has read the file's header and locked everybody else out: asking tells nothing new, and
+    // a small update would spend a good part of its time on it.
+    if (sqlite3_txn_state(_handle, "main") == SQLITE_TXN_WRITE)
+        return true;
     _isAsking = true;
     // The last error belongs to the application's own statements, unless the answer is an error itself.
     const auto asked = statement(question);
