@@ -13,9 +13,11 @@ public:
     {
         DeviceInfo device(properties);
         device.loadBaseInfo();
-        const char *kind = "no phone or tablet, or a locked one";
-        if (device.OSPlatform() == 8 || device.OSPlatform() == 1 || device.OSPlatform() == 2)
-            kind = device.FindExpectInterface() ? "ready" : "found, but it does not let anybody in";
+        const char *kind = "ready";
+        if (device.OSPlatform() == 0)
+            kind = "no phone or tablet, or a locked one";
+        else if (device.expectInterfaceStatus() != 0)
+            kind = "found, but it does not let anybody in";
         std::printf("%s %s, serial number %s: %s\n", device.manufacturer().c_str(), device.usbProductName().c_str(),
             device.serialNumber().c_str(), kind);
     }
