@@ -84,5 +84,5 @@ TEST(ItemPicture, EveryArrowIsATransition)
         library.perform(operation);
         EXPECT_EQ(nameOf(library.item->itemState()), (*match)[3]);
     }
-    EXPECT_EQ(tried, 15);
+    EXPECT_EQ(tried, 14);
 }
