@@ -172,7 +172,7 @@ protected:
         return _taskState.replace(expected, desired);
     }
     void setIsCancelled(bool isCancelled) { _isCancelled.set(isCancelled); }
-    /// Waits without telling anybody; see waitDone().
+    /// Waits without telling anybody; see waitDone(). @selector waitDoneInternal:
     bool waitDoneInternal(std::int32_t timeoutMs);
     /// The list of live tasks of this class, for kinds that want a task kept until it has been waited for. The core
     /// takes a task out after each wait and never puts one in.
