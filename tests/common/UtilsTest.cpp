@@ -20,6 +20,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
@@ -304,6 +305,22 @@ TEST(UtilsRandom, LongIdsEndInAZeroByteAndNeverComeTwice)
     EXPECT_EQ(generateLongLongId() & 255, 0U);
     EXPECT_EQ(Utils::generateRandomLongId1() & 255, 0);
     EXPECT_NE(Utils::generateRandomLongId1(), Utils::generateRandomLongId1());
+}
+
+TEST(UtilsRandom, TheOtherLongIdsSeedTheGeneratorOfTheCLibrary)
+{
+    const auto next = [] { return std::pair(std::rand(), std::rand()); };
+    std::srand(1);
+    const auto unseeded = next();
+    std::srand(1);
+    static_cast<void>(Utils::generateRandomLongId1());
+    EXPECT_NE(next(), unseeded);
+    std::set<std::int64_t> ids;
+    for (int i = 0; i < 1000; ++i)
+        ids.insert(Utils::generateRandomLongId1());
+    EXPECT_GT(ids.size(), 990U);
+    EXPECT_LT(*ids.begin(), 0) << "all of the seven bytes are random";
+    EXPECT_GT(*ids.rbegin(), 0);
 }
 
 TEST(UtilsRandom, LongIdsFromManyThreadsNeverComeTwice)
