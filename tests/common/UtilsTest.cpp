@@ -375,7 +375,9 @@ TEST(UtilsSystem, PipeCmdWithoutACommandOrWithoutUtf8GivesNull)
 {
     EXPECT_TRUE(Utils::pipeCmd(nullptr).isNull());
     EXPECT_TRUE(Utils::pipeCmd("").isNull());
+    const testsupport::LogCapture log;
     EXPECT_TRUE(Utils::pipeCmd("printf '\\377'").isNull());
+    EXPECT_THAT(log.debugLines(), ElementsAre("pipeCmd:(null)"));
 }
 
 TEST(UtilsSystem, PipeCmdThatCannotBeStartedGivesNull)
