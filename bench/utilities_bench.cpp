@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Utilities whose cost must not grow.
-//   dateValue              for each byte of texts that make it try, 10 KB to 10 MB
-//   generateRandomLongId   with a million ids issued, beside the first ones of a process
 //   property lists         of 1 MB, read and written in the binary form beside libplist; a strings file of 1 MB beside
 //                          libplist's reader of the same pairs in XML, as it reads no strings files; for each byte of 10 KB
 //                          to 10 MB
+//   dateValue              for each byte of texts that make it try, 10 KB to 10 MB
+//   generateRandomLongId   with a million ids issued, beside the first ones of a process
 #include "support/Contest.h"
 
 #include <kelvane/common/StringExtensions.h>
@@ -177,6 +177,7 @@ void propertyLists()
 
 int main()
 {
+    propertyLists();
     const Unit nanoseconds{"ns", 1e9};
     scaling("utilities", "dateValue, a byte", nanoseconds, {10'000, 100'000, 1'000'000, 10'000'000}, secondsPerByte, 3);
     Contest("utilities", "generateRandomLongId", nanoseconds)
@@ -189,5 +190,4 @@ int main()
         })
         .peer("the first ones", 1.3, [] { return inChild(secondsPerId); })
         .run();
-    propertyLists();
 }
