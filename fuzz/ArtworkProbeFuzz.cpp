@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -12,40 +13,41 @@ namespace kelvane {
 namespace {
 
 constexpr std::size_t chunkSize = 5'000'000;
+constexpr std::size_t headerSize = 8;
 
-// The rules, one after the other.
-bool looksAsIfItHadArtwork(const std::string &file)
+// The rules, one after the other. `chunks`: what is in the file apart from its hole, cut where the chunks are.
+bool looksAsIfItHadArtwork(const std::vector<std::string> &chunks)
 {
-    const std::string header = file.substr(0, 8);
+    const std::string header = chunks.front().substr(0, headerSize);
     const bool isTagged = header.find("ID3") != std::string::npos;
     if (!isTagged && header.find("ftyp") == std::string::npos)
         return false;
-    for (std::size_t at = 0; at < file.size(); at += chunkSize) {
-        const std::string_view chunk = std::string_view(file).substr(at, chunkSize);
-        if (chunk.find(isTagged ? "APIC" : "covr") != std::string_view::npos)
-            return true;
-    }
-    return false;
+    return std::any_of(chunks.begin(), chunks.end(),
+        [&](const std::string &chunk) { return chunk.find(isTagged ? "APIC" : "covr") != std::string::npos; });
 }
 
 } // namespace
 } // namespace kelvane
 
-// A byte that says how far before the end of the first chunk what follows the first eight bytes is put, behind a hole; 255
-// for no hole.
+// A byte that says how far before the end of the first chunk what follows the header is put, behind a hole; from 16 on there
+// is none.
 void kelvane::fuzz(std::string_view input)
 {
-    const auto distance = input.empty() ? 255U : static_cast<unsigned char>(input[0]);
+    const std::size_t distance = input.empty() ? 16U : static_cast<unsigned char>(input[0]);
     input.remove_prefix(input.empty() ? 0 : 1);
-    std::string content(input.substr(0, 8));
-    const MemoryFile file(content);
-    input.remove_prefix(content.size());
-    if (distance != 255 && !input.empty())
-        content.resize(chunkSize - distance);
-    require(::pwrite(file.descriptor(), input.data(), input.size(), static_cast<off_t>(content.size()))
+    const std::string header(input.substr(0, headerSize));
+    input.remove_prefix(header.size());
+    const bool hasHole = distance < 16 && !input.empty();
+    const std::size_t start = hasHole ? chunkSize - distance : header.size();
+
+    const MemoryFile file(header);
+    require(::pwrite(file.descriptor(), input.data(), input.size(), static_cast<off_t>(start))
             == static_cast<ssize_t>(input.size()),
         "there is memory for a file");
-    content += input;
-    require(TagFile(String(file.path())).isExistArtwork() == looksAsIfItHadArtwork(content),
+    std::vector<std::string> chunks{header + (hasHole ? std::string(1, '\0') : "")};
+    chunks.front() += input.substr(0, hasHole ? distance : input.size());
+    if (hasHole && input.size() > distance)
+        chunks.emplace_back(input.substr(distance));
+    require(TagFile(String(file.path())).isExistArtwork() == looksAsIfItHadArtwork(chunks),
         "a mark is found where it lies within a chunk");
 }
