@@ -83,7 +83,7 @@ std::uint32_t packed(std::uint32_t red, std::uint32_t green, std::uint32_t blue)
 
 // What chroma adds to each pixel of a row.
 struct ChromaRow {
-    explicit ChromaRow(int width) : red(width + 1U), green(width + 1U), blue(width + 1U) {}
+    explicit ChromaRow(std::size_t width) : red(width + 1), green(width + 1), blue(width + 1) {}
 
     std::vector<std::int32_t> red;
     std::vector<std::int32_t> green;
@@ -115,7 +115,7 @@ private:
     void convertRows(int firstRow, int endRow) const
     {
         constexpr int rgb = 0;
-        ChromaRow chroma(planes.isGrey ? 0 : planes.width);
+        ChromaRow chroma(planes.isGrey ? 0 : static_cast<std::size_t>(planes.width));
         for (int y = firstRow; y < endRow; ++y) {
             auto *row = reinterpret_cast<std::uint32_t *>(canvas.row(place.y + y)) + place.x;
             const auto *luma = planes.row<Sample>(0, y);

@@ -15,7 +15,7 @@ namespace kelvane::decoder {
 /// Pixels of four bytes or one, rows without gaps, allocated as FreeImageData frees them; null where memory ended.
 struct Canvas {
     struct Free {
-        void operator()(std::uint8_t *pixels) const noexcept { std::free(pixels); }
+        void operator()(std::uint8_t *memory) const noexcept { std::free(memory); }
     };
     using Pixels = std::unique_ptr<std::uint8_t, Free>;
 
@@ -23,7 +23,7 @@ struct Canvas {
     Canvas(int canvasWidth, int canvasHeight, int canvasBytesPerPixel)
         : width(canvasWidth),
           height(canvasHeight),
-          bytesPerPixel(canvasBytesPerPixel),
+          bytesPerPixel(static_cast<unsigned int>(canvasBytesPerPixel)),
           pixels(allocate(rowBytes() * static_cast<std::size_t>(canvasHeight)))
     {
     }

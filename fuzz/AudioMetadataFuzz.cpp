@@ -4,20 +4,13 @@
 #include <kelvane/platform/AttachedPicture.h>
 #include <kelvane/platform/AudioMetadata.h>
 
-#include <cstdio>
-#include <string>
+#include <cstddef>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-// A file in memory, whose name says nothing: the kind is seen from the content.
+// The name of the file says nothing: the kind is seen from the content.
 void kelvane::fuzz(std::string_view input)
 {
-    const int file = memfd_create("fuzz", MFD_CLOEXEC);
-    require(file >= 0 && write(file, input.data(), input.size()) == static_cast<ssize_t>(input.size()),
-        "there is memory for a file");
-    const auto tags = AudioMetadata::CreateMetadataForURL(String("/proc/self/fd/" + std::to_string(file)));
-    close(file);
+    const MemoryFile file(input);
+    const auto tags = AudioMetadata::CreateMetadataForURL(file.path());
     if (!tags)
         return;
     for (const String &text : {tags->GetTitle(), tags->GetAlbumTitle(), tags->GetArtist(), tags->GetComment(),

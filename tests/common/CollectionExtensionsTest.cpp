@@ -2,7 +2,7 @@
 #include <kelvane/common/CollectionExtensions.h>
 
 #include <kelvane/platform/FileHandle.h>
-#include <tests/support/TemporaryFolder.h>
+#include <tests/support/MediaFiles.h>
 
 #include <gtest/gtest.h>
 
@@ -109,6 +109,9 @@ TEST(CollectionExtensions, IntegersAreFourBytesInHostOrder)
         EXPECT_TRUE(writeInt(*file, -2));
         EXPECT_TRUE(file->write(std::as_bytes(std::span("abc", 3))));
     }
+    EXPECT_EQ(testsupport::readAll(folder.path("numbers")),
+        "\x04\x03\x02\x01\xFE\xFF\xFF\xFF"
+        "abc");
     const auto file = FileHandle::forReading(folder.string("numbers"));
     ASSERT_TRUE(file);
     EXPECT_EQ(readInt32(*file), 0x01020304);

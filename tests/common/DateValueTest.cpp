@@ -3,6 +3,7 @@
 #include <kelvane/common/Utils.h>
 
 #include <kelvane/platform/SystemVersion.h>
+#include <tests/support/Cost.h>
 #include <tests/support/LocalZone.h>
 
 #include <gtest/gtest.h>
@@ -166,6 +167,20 @@ TEST(DateValue, IsTheSameTimeOfDayInEveryZoneWhereTheTextNamesNone)
             for (const char *time : {" 00:30", " 01:59", " 03:00", " 23:59"})
                 EXPECT_EQ(shown((std::string(day) + time).c_str()), std::string(day) + time) << name;
         }
+    }
+}
+
+TEST(DateValue, TakesTimeInProportionToTheText)
+{
+    // Each of them begins many dates and finishes none, or one at every turn: looking back or ahead without end would take
+    // hours.
+    for (const char *unit : {"1", "a", " ", "1/", "may ", "3 ", "2012-05-03 1", "12:", "3 may\n", "2012-05-03 "}) {
+        std::string text;
+        while (text.size() < 1'000'000)
+            text += unit;
+        const auto cost = testsupport::costOf([whole = String(text)] { static_cast<void>(dateValue(whole)); });
+        EXPECT_TRUE(cost.isDone) << unit;
+        EXPECT_LT(cost.processorSeconds, 5 * testsupport::sanitizerFactor) << unit;
     }
 }
 

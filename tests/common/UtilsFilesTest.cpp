@@ -110,6 +110,11 @@ TEST_F(UtilsFiles, DatesAreThoseOfTheFile)
     const timespec times[2] = {{0, UTIME_OMIT}, {978307200 + 100, 500'000'000}};
     ASSERT_EQ(utimensat(AT_FDCWD, file.c_str(), times, 0), 0);
     EXPECT_DOUBLE_EQ(Utils::ModifyTime(file).secondsSince2001(), 100.5);
+    struct statx status = {};
+    ASSERT_EQ(statx(AT_FDCWD, file.c_str(), 0, STATX_BTIME, &status), 0);
+    if ((status.stx_mask & STATX_BTIME) != 0) { // not every file system keeps it
+        EXPECT_GT(Utils::createTime(file), before) << "still when the file was made";
+    }
 }
 
 TEST_F(UtilsFiles, CreateDirectoryMakesThoseAroundItAndIsContentWithAFile)
@@ -171,7 +176,11 @@ TEST_F(UtilsFiles, FilesAndDirectoriesAreListedApart)
 
 TEST_F(UtilsFiles, FreeSpaceIsThatOfTheVolume)
 {
-    EXPECT_GT(Utils::getFreeSpaceInVolume(folder.string()), 0);
+    constexpr double othersMayUse = 1 << 30;
+    const auto expected = static_cast<double>(fs::space(folder.path()).available);
+    EXPECT_NEAR(static_cast<double>(Utils::getFreeSpaceInVolume(folder.string())), expected, othersMayUse);
+    EXPECT_NEAR(static_cast<double>(Utils::getFreeSpaceInVolume(put("file"))), expected, othersMayUse);
+    EXPECT_EQ(Utils::getFreeSpaceInVolume("/proc"), 0);
 }
 
 TEST_F(UtilsFiles, NamesAndExtensions)

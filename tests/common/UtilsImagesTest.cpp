@@ -2,6 +2,7 @@
 #include <kelvane/common/Utils.h>
 
 #include <gmock/gmock.h>
+#include <kelvane/platform/ImageDestination.h>
 #include <nlohmann/json.hpp>
 #include <tests/support/ImageFiles.h>
 #include <tests/support/LogCapture.h>
@@ -56,6 +57,21 @@ TEST(Utils, SaveJpgImageWritesAJpegFile)
     EXPECT_TRUE(readAll(folder.path("100% a.jpg")).starts_with("\xff\xd8\xff"));
     EXPECT_EQ(Utils::getImageSizeFromPath(folder.string("100% a.jpg")), (Size{40, 30}));
     EXPECT_THAT(log.systemLines(), IsEmpty());
+}
+
+TEST(Utils, SaveJpgImageKeepsFourFifthsOfTheQuality)
+{
+    const TemporaryFolder folder;
+    const Image image = colourful(64, 48);
+    ASSERT_TRUE(Utils::saveJpgImage(image, folder.string("a.jpg")));
+    const auto written = [&](double quality) {
+        const auto destination = ImageDestination::create(folder.string("b.jpg"), ImageFormat::Jpeg);
+        EXPECT_TRUE(destination->write(image, {.quality = quality, .exifBlock = {}, .iccProfile = {}}));
+        return readAll(folder.path("b.jpg"));
+    };
+    EXPECT_EQ(readAll(folder.path("a.jpg")), written(0.8));
+    EXPECT_NE(readAll(folder.path("a.jpg")), written(0.75));
+    EXPECT_NE(readAll(folder.path("a.jpg")), written(0.85));
 }
 
 TEST(Utils, SavePngImageWritesThePixelsAsTheyAre)

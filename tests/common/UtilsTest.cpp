@@ -20,6 +20,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <sys/resource.h>
@@ -306,6 +307,22 @@ TEST(UtilsRandom, LongIdsEndInAZeroByteAndNeverComeTwice)
     EXPECT_NE(Utils::generateRandomLongId1(), Utils::generateRandomLongId1());
 }
 
+TEST(UtilsRandom, TheOtherLongIdsSeedTheGeneratorOfTheCLibrary)
+{
+    const auto next = [] { return std::pair(std::rand(), std::rand()); };
+    std::srand(1);
+    const auto unseeded = next();
+    std::srand(1);
+    static_cast<void>(Utils::generateRandomLongId1());
+    EXPECT_NE(next(), unseeded);
+    std::set<std::int64_t> ids;
+    for (int i = 0; i < 1000; ++i)
+        ids.insert(Utils::generateRandomLongId1());
+    EXPECT_GT(ids.size(), 990U);
+    EXPECT_LT(*ids.begin(), 0) << "all of the seven bytes are random";
+    EXPECT_GT(*ids.rbegin(), 0);
+}
+
 TEST(UtilsRandom, LongIdsFromManyThreadsNeverComeTwice)
 {
     std::vector<std::int64_t> ids[4];
@@ -358,7 +375,9 @@ TEST(UtilsSystem, PipeCmdWithoutACommandOrWithoutUtf8GivesNull)
 {
     EXPECT_TRUE(Utils::pipeCmd(nullptr).isNull());
     EXPECT_TRUE(Utils::pipeCmd("").isNull());
+    const testsupport::LogCapture log;
     EXPECT_TRUE(Utils::pipeCmd("printf '\\377'").isNull());
+    EXPECT_THAT(log.debugLines(), ElementsAre("pipeCmd:(null)"));
 }
 
 TEST(UtilsSystem, PipeCmdThatCannotBeStartedGivesNull)

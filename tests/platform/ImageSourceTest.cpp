@@ -40,7 +40,7 @@ TEST_P(SourceOf, TellsFormatSizeAndExifWithoutDecoding)
 INSTANTIATE_TEST_SUITE_P(Formats, SourceOf,
     testing::Values(Case{"a.jpg", ImageFormat::Jpeg, "public.jpeg"}, Case{"a.png", ImageFormat::Png, "public.png"},
         Case{"a.gif", ImageFormat::Gif, "com.compuserve.gif"}, Case{"a.bmp", ImageFormat::Bmp, "com.microsoft.bmp"},
-        Case{"a.tiff", ImageFormat::Tiff, "public.tiff"}),
+        Case{"a.tiff", ImageFormat::Tiff, "public.tiff"}, Case{"a.webp", ImageFormat::WebP, "org.webmproject.webp"}),
     [](const auto &one) { return "Case" + std::to_string(one.index); });
 
 class ExifOf : public testing::TestWithParam<const char *> {};
@@ -97,8 +97,46 @@ TEST_P(ExifOf, IsReadByItsNames)
     EXPECT_EQ(ImageSource::fromData(Data(bytes.data(), bytes.size()))->properties(), all);
 }
 
-INSTANTIATE_TEST_SUITE_P(Containers, ExifOf, testing::Values("a.jpg", "a.png", "a.tiff"),
+INSTANTIATE_TEST_SUITE_P(Containers, ExifOf, testing::Values("a.jpg", "a.png", "a.tiff", "a.webp"),
     [](const auto &one) { return std::string(one.param).substr(2); });
+
+// How a photo lies is not for its EXIF to say there.
+TEST(ImageSource, ReadsTheExifOfHeicPhotos)
+{
+    REQUIRE_FFMPEG();
+    const TemporaryFolder folder;
+    const auto path = makeImage(folder, "a.heic", "", 64, 48);
+    ASSERT_TRUE(setTags(path,
+        "-EXIF:DateTimeOriginal='2012:05:03 14:05:09' -EXIF:ISO=400 -EXIF:Make=Maker -n -EXIF:Orientation=6 "
+        "-EXIF:GPSLatitude=48.5"));
+    const auto source = ImageSource::open(path.native());
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->typeIdentifier(), "public.heic");
+    EXPECT_EQ(source->pixelSize(), (Size{64, 48}));
+    EXPECT_EQ(source->orientation(), 1);
+    const Dictionary all = source->properties();
+    EXPECT_EQ(all["{Exif}"].dictionary()["DateTimeOriginal"].string(), "2012:05:03 14:05:09");
+    EXPECT_EQ(all["{Exif}"].dictionary()["ISOSpeedRatings"].array(), (Array{400}));
+    EXPECT_EQ(all["{TIFF}"].dictionary()["Make"].string(), "Maker");
+    EXPECT_DOUBLE_EQ(all["{GPS}"].dictionary()["Latitude"].doubleValue(), 48.5);
+}
+
+TEST(ImageSource, FindsTheSizeBehindWhatIsNoSegmentOfAJpegFile)
+{
+    REQUIRE_FFMPEG();
+    const TemporaryFolder folder;
+    const std::string plain = readAll(makeImage(folder, "a.jpg"));
+    using namespace std::string_literals;
+    for (const std::string &between :
+        {"\xff\xff"s, "padding"s, "\0\0\0"s, "\xff\0"s, "\xff\x01"s, "\xff\xd0"s, std::string(1000, 'x')}) {
+        const std::string bytes = plain.substr(0, 2) + "\xff\xfe\0\2"s + between + plain.substr(2);
+        const Data file(bytes.data(), bytes.size());
+        EXPECT_EQ(ImageSource::fromData(file)->pixelSize(), (Size{61, 43})) << testing::PrintToString(between);
+        EXPECT_EQ(Image::fromData(file).width(), 61) << testing::PrintToString(between);
+    }
+    const std::string endless = "\xff\xd8\xff" + std::string(1 << 20, 'x') + plain;
+    EXPECT_EQ(ImageSource::fromData(Data(endless.data(), endless.size()))->pixelSize(), Size());
+}
 
 TEST(ImageSource, IsNullOfWhatIsNoPicture)
 {

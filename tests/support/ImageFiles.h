@@ -6,17 +6,25 @@
 #include <kelvane/platform/Image.h>
 
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 
 // Makes pictures by other people's programs, and reads them with an independent decoder.
 
 namespace kelvane::testsupport {
 
-/// A picture of many colours, made and encoded by ffmpeg as the extension of `name` says. `options` go to ffmpeg.
+/// A picture of many colours, made and encoded by ffmpeg as the extension of `name` says, of ".heic" by heif-enc. `options`
+/// go to ffmpeg.
 inline std::filesystem::path makeImage(const TemporaryFolder &folder, const std::string &name,
     const std::string &options = {}, int width = 61, int height = 43)
 {
     const auto path = folder.path(name);
+    if (path.extension() == ".heic") {
+        const auto plain = makeImage(folder, name + ".png", options, width, height);
+        if (!runShell("heif-enc -o " + quoted(path.native()) + " " + quoted(plain.native()) + " >/dev/null 2>&1"))
+            throw std::runtime_error("heif-enc cannot make " + path.native());
+        return path;
+    }
     const std::string size = std::to_string(width) + "x" + std::to_string(height);
     if (!runShell("ffmpeg -v error -y -f lavfi -i testsrc=s=" + size + " -frames:v 1 " + options + " "
             + quoted(path.native())))

@@ -4,6 +4,7 @@
 #include <kelvane/platform/FMDatabase.h>
 
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 
 namespace kelvane::testsupport {
@@ -88,6 +89,24 @@ TEST_F(DeviceLibrary, ThatIsDamagedIsRefused)
     EXPECT_EQ(result.code, 3);
     EXPECT_THAT(result.errorLines(), SizeIs(1)) << result.errors;
     EXPECT_TRUE(read(libraryPath()) == content);
+}
+
+TEST_F(DeviceLibrary, ThatWouldAnswerWithoutEndIsRefusedAndLeftAlone)
+{
+    sync();
+    const auto plain = read(libraryPath());
+    const char *foreign = "it holds tables, views or triggers that are not the library's";
+    execute("ALTER TABLE media RENAME TO theirs");
+    execute("CREATE VIEW media AS WITH RECURSIVE row(source) AS (SELECT 'a' UNION ALL SELECT source FROM row)"
+            " SELECT source, 1 AS sourceSize, 1 AS sourceModifiedNs, source AS devicePath, 1 AS deviceSize,"
+            " 1 AS deviceModifiedNs, '' AS devArtworkPath FROM row");
+    expectRefused(foreign);
+    std::ofstream(libraryPath(), std::ios::binary) << plain;
+    execute("CREATE TRIGGER theirs AFTER INSERT ON media BEGIN DELETE FROM removal; END");
+    expectRefused(foreign);
+    std::ofstream(libraryPath(), std::ios::binary) << plain;
+    execute("CREATE TABLE theirs(a)");
+    expectRefused(foreign);
 }
 
 TEST_F(DeviceLibrary, ThatIsALinkOrAFolderIsRefused)

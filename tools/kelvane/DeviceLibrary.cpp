@@ -5,6 +5,7 @@
 #include "LibrarySchema.h"
 #include "Text.h"
 
+#include <algorithm>
 #include <array>
 #include <kelvane/foundation/Value.h>
 #include <string_view>
@@ -54,6 +55,16 @@ void checkHeader(DeviceFolder &device)
         refuse(device, "it has no version");
 }
 
+// A view in the place of a table, or one more trigger, could keep every question busy for ever.
+void checkSchema(DeviceFolder &device, SqliteHelper &helper)
+{
+    const std::vector<std::string> own = LibrarySchema::statements();
+    const Array rows = helper.executeDataTable("SELECT sql FROM sqlite_master WHERE sql IS NOT NULL");
+    for (const Value &row : rows)
+        if (std::find(own.begin(), own.end(), row.dictionary()["sql"].string().view()) == own.end())
+            refuse(device, "it holds tables, views or triggers that are not the library's");
+}
+
 FileStamp stampOfRow(const Dictionary &row, const char *size, const char *modified)
 {
     return {row[size].longLongValue(), row[modified].longLongValue()};
@@ -87,6 +98,7 @@ DeviceLibrary::DeviceLibrary(DeviceFolder &device)
 {
     if (!_helper->goodConnection())
         refuse(device, "it cannot be opened");
+    checkSchema(device, *_helper);
     const bool isReadable = _helper->connection()->executeQuery("SELECT 1 FROM media, transfer, removal") != nullptr;
     if (!isReadable)
         refuse(device, printable(_helper->connection()->lastErrorMessage().view()));

@@ -18,8 +18,8 @@ namespace kelvane::tool {
 /// The database of what is on a device, at .kelvane/library.sqlite; LibrarySchema tells its tables.
 ///
 /// Threads: any thread, any operation.
-/// Errors: LibraryError with what the database says. Opening throws StopError, and leaves a file that is no library,
-/// or one of a later version, as it is.
+/// Errors: LibraryError with what the database says. Opening throws StopError, and leaves a file that is no library, one
+/// of a later version, or one with tables, views or triggers that are not ours, as it is.
 class DeviceLibrary {
 public:
     class LibraryError : public std::runtime_error {

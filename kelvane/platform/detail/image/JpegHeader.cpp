@@ -16,10 +16,13 @@ constexpr int mostSegments = 4096;
 
 enum Marker : std::uint32_t {
     startOfFrame0 = 0xc0,
+    temporary = 0x01,
     huffmanTables = 0xc4,
     reserved = 0xc8,
     arithmeticTables = 0xcc,
     startOfFrame15 = 0xcf,
+    restart0 = 0xd0,
+    restart7 = 0xd7,
     endOfImage = 0xd9,
     startOfScan = 0xda,
     app1 = 0xe1,
@@ -30,6 +33,12 @@ bool isStartOfFrame(std::uint32_t marker) noexcept
 {
     return marker >= startOfFrame0 && marker <= startOfFrame15 && marker != huffmanTables && marker != reserved
         && marker != arithmeticTables;
+}
+
+// Those that stand alone; zero stands behind a byte of data that is no marker.
+bool hasNoContent(std::uint32_t marker) noexcept
+{
+    return marker <= temporary || (marker >= restart0 && marker <= restart7);
 }
 
 // A profile too large for one segment comes in numbered parts.
@@ -69,9 +78,10 @@ ImageHeader readJpegHeader(const ImageBytes &file)
     Profile profile;
     std::uint64_t offset = 2;
     std::array<std::byte, 4> start = {};
-    for (int i = 0; i < mostSegments && file.read(offset, start) && start[0] == std::byte{0xff}; ++i) {
+    for (int i = 0; i < mostSegments && file.read(offset, start); ++i) {
         const auto marker = std::to_integer<std::uint32_t>(start[1]);
-        if (marker == 0xff) { // a filling byte
+        // Filling bytes, and what a damaged file has between its segments: decoders look for the next one, too.
+        if (start[0] != std::byte{0xff} || marker == 0xff || hasNoContent(marker)) {
             ++offset;
             continue;
         }
