@@ -10,11 +10,13 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <vector>
 
 namespace kelvane::decoder {
 namespace {
 
 using detail::DecodedPicture;
+using detail::HeifContainer;
 using detail::HeifFile;
 
 bool isDerived(const HeifFile &file)
@@ -22,10 +24,27 @@ bool isDerived(const HeifFile &file)
     return file.itemType == "iden" || file.itemType == "iovl";
 }
 
-// Whether the file is large enough for what it says it has in it.
-bool isBelievable(const HeifFile &file, std::uint64_t fileSize)
+// The bytes that the picture is coded in. A tile that stands in several places counts once.
+std::uint64_t codedBytes(const HeifContainer &container, const HeifFile &file)
 {
-    const std::int64_t limit = pixelLimit(fileSize);
+    const detail::HeifItems &items = container.items();
+    if (isDerived(file))
+        return container.fileSize();
+    if (!file.grid)
+        return items.contentSizeOf(items.primary());
+    std::vector<std::uint32_t> tiles = items.referencesOf(items.primary(), detail::fourCharacters("dimg"));
+    std::sort(tiles.begin(), tiles.end());
+    tiles.erase(std::unique(tiles.begin(), tiles.end()), tiles.end());
+    std::uint64_t bytes = 0;
+    for (const std::uint32_t tile : tiles)
+        bytes += items.contentSizeOf(tile);
+    return std::min(bytes, container.fileSize());
+}
+
+// Whether the file holds enough for what it says it has in it.
+bool isBelievable(const HeifContainer &container, const HeifFile &file)
+{
+    const std::int64_t limit = pixelLimit(codedBytes(container, file));
     std::int64_t width = file.grid ? file.grid->width : file.storedWidth;
     std::int64_t height = file.grid ? file.grid->height : file.storedHeight;
     // What others are put together to has a size of its own, of which libheif looks at the longer side only.
@@ -51,7 +70,7 @@ DecodedPicture *decode(const char *path)
 {
     const auto container = detail::HeifContainer::open(std::string(path));
     const auto file = container ? HeifFile::describe(*container) : std::nullopt;
-    if (!file || !isBelievable(*file, container->fileSize()))
+    if (!file || !isBelievable(*container, *file))
         return nullptr;
     // A rotation is left to whoever shows the picture, if it is all that is to be done.
     const bool isLeftAsStored = file->isOnlyTurned() && !isDerived(*file);

@@ -17,6 +17,13 @@ using detail::HeifGrid;
 // A coded picture is filled up to whole blocks at its edges; no encoder's blocks are larger.
 constexpr std::int64_t blockSize = 64;
 
+// For what tiles share, and for their parameter sets.
+constexpr std::int64_t spareBytes = 16 << 20;
+
+// Each tile costs some time, however small it is. Cameras have some hundred, of 512 x 512.
+constexpr std::size_t mostSmallTiles = 1024;
+constexpr std::uint64_t smallTile = 128 * 128;
+
 std::int64_t mostPixelsFor(std::int64_t width, std::int64_t height)
 {
     return (width + blockSize) * (height + blockSize);
@@ -40,13 +47,14 @@ void inStripes(int rows, Paint &&paint)
 class HevcPicture::Tiles {
 public:
     Tiles(const detail::HeifItems &items, const std::optional<detail::HeifColour> &colour, const HeifGrid &shape,
-        std::vector<std::uint32_t> tiles, ItemSize tileSize, const Canvas &canvas)
+        std::vector<std::uint32_t> tiles, ItemSize tileSize, std::uint64_t fileSize, const Canvas &canvas)
         : _items(items),
           _colour(colour),
           _grid(shape),
           _tiles(std::move(tiles)),
           _size(tileSize),
-          _canvas(canvas)
+          _canvas(canvas),
+          _bytesLeft(static_cast<std::int64_t>(fileSize) + spareBytes)
     {
     }
 
@@ -76,10 +84,10 @@ private:
         }
     }
 
-    HevcDecoder::Outcome decodeTile(std::size_t index, HevcDecoder &decoder) const
+    HevcDecoder::Outcome decodeTile(std::size_t index, HevcDecoder &decoder)
     {
         auto stream = readHevcStream(_items, _tiles[index]);
-        if (!stream)
+        if (!stream || (_bytesLeft -= static_cast<std::int64_t>(stream->units.size())) < 0)
             return HevcDecoder::Outcome::damaged;
         const auto outcome = decoder.decode(std::move(stream->units), mostPixelsFor(_size.width, _size.height));
         if (outcome != HevcDecoder::Outcome::decoded)
@@ -112,12 +120,14 @@ private:
     const std::vector<std::uint32_t> _tiles;
     const ItemSize _size;
     const Canvas &_canvas;
+    std::atomic<std::int64_t> _bytesLeft; // to be decoded: tiles may share what they hold, but not all of a large file
     std::atomic<std::size_t> _next = 0;
     std::atomic<HevcDecoder::Outcome> _outcome = HevcDecoder::Outcome::decoded;
 };
 
 HevcPicture::HevcPicture(const detail::HeifContainer &container, const detail::HeifFile &file)
     : _items(container.items()),
+      _fileSize(container.fileSize()),
       _file(file)
 {
 }
@@ -190,7 +200,9 @@ bool HevcPicture::decodeGrid(std::uint32_t item, const Canvas &canvas)
     if (width < canvasWidth || height < canvasHeight || width - size.width >= canvasWidth
         || height - size.height >= canvasHeight)
         return false;
-    const auto outcome = Tiles(_items, _file.colour, *grid, std::move(tiles), size, canvas).decode();
+    if (tiles.size() > mostSmallTiles && std::uint64_t{size.width} * size.height < smallTile)
+        return false;
+    const auto outcome = Tiles(_items, _file.colour, *grid, std::move(tiles), size, _fileSize, canvas).decode();
     _isUnsupported = outcome == HevcDecoder::Outcome::unsupported;
     return outcome == HevcDecoder::Outcome::decoded;
 }

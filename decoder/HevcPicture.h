@@ -31,6 +31,7 @@ private:
     [[nodiscard]] bool addAlpha(const Canvas &canvas);
 
     const detail::HeifItems &_items;
+    const std::uint64_t _fileSize;
     const detail::HeifFile &_file;
     bool _isUnsupported = false;
 };

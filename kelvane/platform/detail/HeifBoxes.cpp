@@ -30,41 +30,27 @@ void keepFirst(HeifBytes &kept, HeifBytes body) noexcept
         kept = body;
 }
 
-// What an item's entry in "iloc" says: where its bytes are, in extents of numbers of these sizes.
-struct Location {
-    unsigned int method = 0; // 0 the file, 1 the "idat" box, 2 another item
-    std::uint64_t base = 0;
-    std::uint32_t extents = 0;
-    std::size_t indexSize = 0;
-    std::size_t offsetSize = 0;
-    std::size_t lengthSize = 0;
-    HeifBytes entries;
+// How long the numbers of "iloc" are.
+struct LocationSizes {
+    std::uint8_t version = 0;
+    std::size_t offset = 0;
+    std::size_t length = 0;
+    std::size_t base = 0;
+    std::size_t index = 0;
+
+    [[nodiscard]] bool isPossible() const noexcept { return std::max({offset, length, base, index}) <= 8; }
 };
 
-std::optional<Location> findLocation(HeifBytes locations, std::uint32_t item) noexcept
+LocationSizes locationSizes(HeifReader &reader) noexcept
 {
-    HeifReader reader(locations);
-    const std::uint8_t version = versionAndFlags(reader).version;
-    const std::uint16_t sizes = reader.half();
-    Location location;
-    location.offsetSize = sizes >> 12;
-    location.lengthSize = sizes >> 8 & 15;
-    location.indexSize = version > 0 ? sizes & 15 : 0;
-    const std::size_t baseSize = sizes >> 4 & 15;
-    if (std::max({location.offsetSize, location.lengthSize, location.indexSize, baseSize}) > 8)
-        return std::nullopt;
-    const std::size_t entrySize = location.indexSize + location.offsetSize + location.lengthSize;
-    for (std::uint32_t left = reader.item(version >= 2); left > 0 && !reader.isFailed(); --left) {
-        const std::uint32_t found = reader.item(version >= 2);
-        location.method = version > 0 ? reader.half() & 15 : 0;
-        const std::uint16_t otherFile = reader.half();
-        location.base = reader.number(baseSize);
-        location.extents = reader.half();
-        location.entries = reader.take(location.extents * entrySize);
-        if (found == item)
-            return reader.isFailed() || otherFile != 0 ? std::nullopt : std::optional(location);
-    }
-    return std::nullopt;
+    LocationSizes sizes;
+    sizes.version = versionAndFlags(reader).version;
+    const std::uint16_t bits = reader.half();
+    sizes.offset = bits >> 12;
+    sizes.length = bits >> 8 & 15;
+    sizes.base = bits >> 4 & 15;
+    sizes.index = sizes.version > 0 ? bits & 15 : 0;
+    return sizes;
 }
 
 // An item's entry ends with its name and its content type, each with a NUL behind it.
@@ -118,8 +104,40 @@ std::optional<HeifBox> nextHeifBox(HeifReader &reader) noexcept
     return reader.isFailed() ? std::nullopt : std::optional(box);
 }
 
-HeifItems::HeifItems(HeifBytes meta, ReadFile readFile) : _readFile(std::move(readFile))
+// What an item's entry in "iloc" says: where its bytes are, in extents of numbers of these sizes.
+struct HeifItems::Location {
+    Location(HeifReader &reader, const LocationSizes &numberSizes) noexcept : sizes(numberSizes)
+    {
+        item = reader.item(sizes.version >= 2);
+        method = sizes.version > 0 ? reader.half() & 15 : 0;
+        isInOtherFile = reader.half() != 0;
+        base = reader.number(sizes.base);
+        extents = reader.half();
+        entries = reader.take(extents * (sizes.index + sizes.offset + sizes.length));
+    }
+
+    // Offset and length of the next extent.
+    static std::pair<std::uint64_t, std::uint64_t> nextExtent(HeifReader &reader, const LocationSizes &sizes) noexcept
+    {
+        reader.number(sizes.index);
+        const std::uint64_t offset = reader.number(sizes.offset);
+        return {offset, reader.number(sizes.length)};
+    }
+
+    LocationSizes sizes;
+    std::uint32_t item = 0;
+    unsigned int method = 0; // 0 the file, 1 the "idat" box, 2 another item
+    bool isInOtherFile = false;
+    std::uint64_t base = 0;
+    std::uint32_t extents = 0;
+    HeifBytes entries;
+};
+
+HeifItems::HeifItems(HeifBytes meta, ReadFile readFile, std::uint64_t fileSize)
+    : _readFile(std::move(readFile)),
+      _fileSize(fileSize)
 {
+    HeifBytes properties;
     HeifReader reader(meta);
     reader.word();
     while (const auto box = nextHeifBox(reader)) {
@@ -139,12 +157,75 @@ HeifItems::HeifItems(HeifBytes meta, ReadFile readFile) : _readFile(std::move(re
             HeifReader body(box->body);
             while (const auto part = nextHeifBox(body)) {
                 if (part->type == fourCharacters("ipco"))
-                    keepFirst(_properties, part->body);
+                    keepFirst(properties, part->body);
                 else if (part->type == fourCharacters("ipma"))
                     keepFirst(_associations, part->body);
             }
         }
     }
+    for (HeifReader boxes(properties); _properties.size() < highestProperty;) {
+        const auto box = nextHeifBox(boxes);
+        if (!box)
+            break;
+        _properties.push_back(*box);
+    }
+    indexTypes();
+    indexLocations();
+    indexProperties();
+}
+
+const HeifItems::Entry *HeifItems::find(const Index &index, std::uint32_t item) noexcept
+{
+    const auto found = std::lower_bound(
+        index.begin(), index.end(), item, [](const Entry &entry, std::uint32_t wanted) { return entry.item < wanted; });
+    return found != index.end() && found->item == item ? &*found : nullptr;
+}
+
+// Of several entries of one item the first counts.
+void HeifItems::sort(Index &index)
+{
+    std::stable_sort(index.begin(), index.end(), [](const Entry &a, const Entry &b) { return a.item < b.item; });
+}
+
+void HeifItems::indexTypes()
+{
+    visitItems([this](std::uint32_t item, std::uint32_t type, HeifBytes) {
+        _typeIndex.push_back({item, type});
+        return true;
+    });
+    sort(_typeIndex);
+}
+
+void HeifItems::indexLocations()
+{
+    HeifReader reader(_locations);
+    const LocationSizes sizes = locationSizes(reader);
+    if (!sizes.isPossible())
+        return;
+    for (std::uint32_t left = reader.item(sizes.version >= 2); left > 0; --left) {
+        const auto offset = static_cast<std::uint32_t>(_locations.size() - reader.rest().size());
+        const Location location(reader, sizes);
+        if (reader.isFailed())
+            break;
+        _locationIndex.push_back({location.item, offset});
+    }
+    sort(_locationIndex);
+}
+
+void HeifItems::indexProperties()
+{
+    HeifReader reader(_associations);
+    const auto [version, flags] = versionAndFlags(reader);
+    const std::size_t size = flags & 1 ? 2 : 1;
+    for (std::uint32_t left = reader.word(); left > 0; --left) {
+        const std::uint32_t item = reader.item(version > 0);
+        const auto offset = static_cast<std::uint32_t>(_associations.size() - reader.rest().size());
+        reader.take(reader.byte() * size);
+        if (reader.isFailed())
+            break;
+        _associationIndex.push_back({item, offset});
+    }
+    sort(_associationIndex);
 }
 
 // Calls `visit(item, type, rest of the entry)` until it answers false.
@@ -167,13 +248,8 @@ void HeifItems::visitItems(const std::function<bool(std::uint32_t, std::uint32_t
 
 std::uint32_t HeifItems::typeOf(std::uint32_t item) const noexcept
 {
-    std::uint32_t found = 0;
-    visitItems([&](std::uint32_t candidate, std::uint32_t type, HeifBytes) {
-        if (candidate == item)
-            found = type;
-        return found == 0;
-    });
-    return found;
+    const Entry *entry = find(_typeIndex, item);
+    return entry ? entry->value : 0;
 }
 
 std::vector<std::uint32_t> HeifItems::itemsOfType(
@@ -190,37 +266,25 @@ std::vector<std::uint32_t> HeifItems::itemsOfType(
 
 std::vector<std::size_t> HeifItems::propertyNumbersOf(std::uint32_t item) const
 {
-    HeifReader reader(_associations);
-    const auto [version, flags] = versionAndFlags(reader);
-    const std::size_t size = flags & 1 ? 2 : 1;
     std::vector<std::size_t> numbers;
-    for (std::uint32_t left = reader.word(); left > 0 && !reader.isFailed(); --left) {
-        const std::uint32_t found = reader.item(version > 0);
-        const std::uint8_t count = reader.byte();
-        HeifReader entries(reader.take(count * size));
-        if (found != item)
-            continue;
-        while (!entries.isAtEnd() && numbers.size() < mostProperties)
-            numbers.push_back(static_cast<std::size_t>(entries.number(size)) & (size == 2 ? 0x7fff : 0x7f));
+    const Entry *entry = find(_associationIndex, item);
+    if (!entry)
         return numbers;
-    }
+    HeifReader header(_associations);
+    const std::size_t size = versionAndFlags(header).flags & 1 ? 2 : 1;
+    HeifReader reader(_associations.subspan(entry->value));
+    HeifReader entries(reader.take(reader.byte() * size));
+    while (!entries.isAtEnd() && numbers.size() < mostProperties)
+        numbers.push_back(static_cast<std::size_t>(entries.number(size)) & (size == 2 ? 0x7fff : 0x7f));
     return numbers;
 }
 
 std::vector<HeifBox> HeifItems::propertiesOf(std::uint32_t item) const
 {
-    const std::vector<std::size_t> numbers = propertyNumbersOf(item);
-    std::vector<HeifBox> found(numbers.size());
-    HeifReader reader(_properties);
-    for (std::size_t number = 1; number <= highestProperty; ++number) {
-        const auto box = nextHeifBox(reader);
-        if (!box)
-            break;
-        for (std::size_t i = 0; i < numbers.size(); ++i)
-            if (numbers[i] == number)
-                found[i] = *box;
-    }
-    std::erase_if(found, [](const HeifBox &box) { return box.type == 0; });
+    std::vector<HeifBox> found;
+    for (const std::size_t number : propertyNumbersOf(item))
+        if (number > 0 && number <= _properties.size() && _properties[number - 1].type != 0)
+            found.push_back(_properties[number - 1]);
     return found;
 }
 
@@ -271,22 +335,50 @@ std::vector<std::uint32_t> HeifItems::referencesOf(std::uint32_t item, std::uint
     return items;
 }
 
-std::vector<std::byte> HeifItems::contentOf(std::uint32_t item, std::size_t limit) const
+std::optional<HeifItems::Location> HeifItems::locationOf(std::uint32_t item) const noexcept
 {
     constexpr unsigned int inData = 1;
-    const auto location = findLocation(_locations, item);
-    if (!location || location->method > inData || location->extents > mostExtents)
+    const Entry *entry = find(_locationIndex, item);
+    if (!entry)
+        return std::nullopt;
+    HeifReader header(_locations);
+    const LocationSizes sizes = locationSizes(header);
+    HeifReader reader(_locations.subspan(entry->value));
+    const Location location(reader, sizes);
+    const bool isReadable = !location.isInOtherFile && location.method <= inData && location.extents <= mostExtents;
+    return isReadable ? std::optional(location) : std::nullopt;
+}
+
+std::uint64_t HeifItems::contentSizeOf(std::uint32_t item) const noexcept
+{
+    const auto location = locationOf(item);
+    if (!location)
+        return 0;
+    std::uint64_t size = 0;
+    HeifReader entries(location->entries);
+    for (std::uint32_t i = 0; i < location->extents; ++i) {
+        const std::uint64_t length = Location::nextExtent(entries, location->sizes).second;
+        if (length > _fileSize - size)
+            return 0;
+        size += length;
+    }
+    return size;
+}
+
+std::vector<std::byte> HeifItems::contentOf(std::uint32_t item, std::size_t limit) const
+{
+    const auto location = locationOf(item);
+    const std::uint64_t size = contentSizeOf(item);
+    if (size == 0 || size > limit)
         return {};
     std::vector<std::byte> content;
     HeifReader entries(location->entries);
     for (std::uint32_t i = 0; i < location->extents; ++i) {
-        entries.number(location->indexSize);
-        const std::uint64_t offset = entries.number(location->offsetSize);
-        const std::uint64_t length = entries.number(location->lengthSize);
-        if (length > limit - content.size() || offset > UINT64_MAX - location->base)
+        const auto [offset, length] = Location::nextExtent(entries, location->sizes);
+        if (offset > UINT64_MAX - location->base)
             return {};
         const std::uint64_t start = location->base + offset;
-        if (location->method == inData) {
+        if (location->method != 0) {
             HeifReader data(_data);
             data.take(start);
             const HeifBytes part = data.take(length);
@@ -294,10 +386,13 @@ std::vector<std::byte> HeifItems::contentOf(std::uint32_t item, std::size_t limi
             if (data.isFailed())
                 return {};
         } else {
-            const std::vector<std::byte> part = _readFile(start, length);
+            std::vector<std::byte> part = _readFile(start, length);
             if (part.size() < length)
                 return {};
-            content.insert(content.end(), part.begin(), part.end());
+            if (content.empty())
+                content = std::move(part);
+            else
+                content.insert(content.end(), part.begin(), part.end());
         }
     }
     return content;

@@ -62,8 +62,8 @@ public:
     /// Reads bytes of the file, fewer than asked for where it ends.
     using ReadFile = std::function<std::vector<std::byte>(std::uint64_t offset, std::uint64_t size)>;
 
-    /// `meta` is the body of the box, and outlives this.
-    HeifItems(HeifBytes meta, ReadFile readFile);
+    /// `meta` is the body of the box, and outlives this. No item holds more than the `fileSize` bytes of its file.
+    HeifItems(HeifBytes meta, ReadFile readFile, std::uint64_t fileSize);
 
     [[nodiscard]] std::uint32_t primary() const noexcept { return _primary; }
     /// Code of four characters, 0 for an item that is not there.
@@ -80,20 +80,41 @@ public:
     [[nodiscard]] std::vector<std::uint32_t> referencesOf(std::uint32_t item, std::uint32_t type) const;
     /// What the item holds, empty where that is over `limit` bytes or not all there.
     [[nodiscard]] std::vector<std::byte> contentOf(std::uint32_t item, std::size_t limit) const;
+    /// How many bytes the item says that it holds, 0 where that is more than its file does.
+    [[nodiscard]] std::uint64_t contentSizeOf(std::uint32_t item) const noexcept;
 
 private:
+    // A number that belongs to an item: its type, or where its entry in a box begins.
+    struct Entry {
+        std::uint32_t item;
+        std::uint32_t value;
+    };
+    // In the order of the items, so that a grid of thousands of tiles finds each of them at once.
+    using Index = std::vector<Entry>;
+    struct Location;
+
+    [[nodiscard]] static const Entry *find(const Index &index, std::uint32_t item) noexcept;
+    static void sort(Index &index);
+    void indexTypes();
+    void indexLocations();
+    void indexProperties();
+    [[nodiscard]] std::optional<Location> locationOf(std::uint32_t item) const noexcept;
     void visitItems(const std::function<bool(std::uint32_t, std::uint32_t, HeifBytes)> &visit) const;
     void visitReferences(std::uint32_t type, const std::function<bool(std::uint32_t, HeifReader &, bool)> &visit) const;
     [[nodiscard]] std::vector<std::size_t> propertyNumbersOf(std::uint32_t item) const;
 
     ReadFile _readFile;
+    std::uint64_t _fileSize;
     std::uint32_t _primary = 0;
     HeifBytes _infos; // iinf
     HeifBytes _locations; // iloc
     HeifBytes _references; // iref
-    HeifBytes _properties; // ipco
     HeifBytes _associations; // ipma
     HeifBytes _data; // idat
+    std::vector<HeifBox> _properties; // ipco
+    Index _typeIndex;
+    Index _locationIndex;
+    Index _associationIndex;
 };
 
 } // namespace kelvane::detail

@@ -115,7 +115,7 @@ bool HeifContainer::readBoxes()
             if (_brands.empty() || size > mostHeaderBytes)
                 return false;
             _meta = _readFile(box->body, size);
-            _items = std::make_unique<HeifItems>(_meta, _readFile);
+            _items = std::make_unique<HeifItems>(_meta, _readFile, _fileSize);
             return true;
         }
         offset = box->end;

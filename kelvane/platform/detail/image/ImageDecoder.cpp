@@ -132,16 +132,17 @@ Image decodeHeif(const Data &file, const String &path)
         decoder->decode(TemporaryCopy(file.bytes()).path().c_str(), decodedBytesPerPixel, &decoded);
     else
         decoder->decode(path.c_str(), decodedBytesPerPixel, &decoded);
-    const std::unique_ptr<DecodedPicture, FreeImageData> picture(decoded, decoder->free);
+    std::unique_ptr<DecodedPicture, FreeImageData> picture(decoded, decoder->free);
     if (!picture || !picture->pixels || picture->width <= 0 || picture->height <= 0
         || picture->bytesPerRow / decodedBytesPerPixel < picture->width)
         return {};
     const auto profile = iccProfileOf(*facts);
-    return Image(packed(picture->pixels, static_cast<std::size_t>(picture->width),
-                     static_cast<std::size_t>(picture->height), static_cast<std::size_t>(picture->bytesPerRow)),
+    const Image image(packed(picture->pixels, static_cast<std::size_t>(picture->width),
+                          static_cast<std::size_t>(picture->height), static_cast<std::size_t>(picture->bytesPerRow)),
         picture->width, picture->height, profile.empty() ? Data() : Data(std::span(profile)),
-        orientationAt(picture->rotation))
-        .upright();
+        orientationAt(picture->rotation));
+    picture.reset(); // to turn a picture takes another one of its size
+    return image.upright();
 }
 
 Pixels decodePixels(const Data &file, const String &path, ImageFormat format, std::int32_t maximumEdge)

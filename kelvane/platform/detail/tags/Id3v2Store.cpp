@@ -10,6 +10,7 @@
 #include <string_view>
 #include <textidentificationframe.h>
 #include <unsynchronizedlyricsframe.h>
+#include <urllinkframe.h>
 #include <vector>
 
 namespace kelvane::detail {
@@ -115,6 +116,12 @@ public:
         return find<UnsynchronizedLyricsFrame>("USLT", [](const auto &) { return true; });
     }
 
+    /// The podcast's address where it stands without the byte of a text's encoding in front.
+    [[nodiscard]] UrlLinkFrame *podcastAddress() const
+    {
+        return find<UrlLinkFrame>("WFED", [](const auto &) { return true; });
+    }
+
     [[nodiscard]] UserTextIdentificationFrame *userText(std::string_view name) const
     {
         for (const UserText &text : _userTexts) {
@@ -168,6 +175,8 @@ TagLib::String Id3v2Store::frameText(TagKey key) const
         if (const auto *frame = frames().find<TextIdentificationFrame>(id, [](const auto &) { return true; }))
             return textOf(*frame);
     }
+    if (const auto *frame = key == TagKey::PodcastURL ? frames().podcastAddress() : nullptr)
+        return frame->url();
     return {};
 }
 
@@ -222,6 +231,9 @@ void Id3v2Store::setFrameText(TagKey key, const TagLib::String &text)
         _tag.removeFrames("PCST");
         if (!text.isEmpty())
             _tag.addFrame(new PodcastFrame);
+    } else if (auto *bare = key == TagKey::PodcastURL ? frames().podcastAddress() : nullptr;
+               bare && !text.isEmpty() && text.isLatin1()) {
+        bare->setUrl(text); // those who wrote it so read it so
     } else {
         const auto &ids = namesOf(key).id3v2;
         const bool usesSecond = ids[1] && !frames().contains(ids[0]) && frames().contains(ids[1]);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TaggedFile.h"
 
+#include "Id3v2Frames.h"
 #include "Id3v2Store.h"
 #include "Mp4Atoms.h"
 #include "Mp4Store.h"
@@ -11,7 +12,6 @@
 #include <asffile.h>
 #include <flacfile.h>
 #include <flacpicture.h>
-#include <id3v2framefactory.h>
 #include <id3v2header.h>
 #include <mpcfile.h>
 #include <mpegfile.h>
@@ -40,36 +40,6 @@ void silenceLibrary()
     static const bool isSet = (TagLib::setDebugListener(&listener), true);
     (void)isSet;
 }
-
-/// The library lets this operation be overridden, but not its parameter's type be named.
-struct FactoryAccess : ID3v2::FrameFactory {
-    using FrameFactory::updateFrame;
-};
-template <class Factory, class Header>
-Header headerOf(bool (Factory::*)(Header *) const);
-using FrameHeader = decltype(headerOf(&FactoryAccess::updateFrame));
-
-/// Keeps the frames of old versions that have no successor in 2.4; the library's own factory drops them, and they
-/// would be gone after a save.
-class KeepingFrameFactory : public ID3v2::FrameFactory {
-protected:
-    bool updateFrame(FrameHeader *header) const override
-    {
-        struct OldFrame {
-            const char *id;
-            const char *successor;
-        };
-        static constexpr OldFrame old[] = {{"RVAD", "RVAD"}, {"EQUA", "EQUA"}, {"TSIZ", "TSIZ"}, {"TRDA", "TRDA"},
-            {"RVA", "RVAD"}, {"EQU", "EQUA"}, {"TSI", "TSIZ"}, {"LNK", "LINK"}};
-        for (const OldFrame &frame : old) {
-            if (header->version() < 4 && header->frameID() == frame.id) {
-                header->setFrameID(frame.successor);
-                return true;
-            }
-        }
-        return FrameFactory::updateFrame(header);
-    }
-};
 
 /// A tag is written in the version it has, so that old players go on reading it; 2.2 is written as 2.3, because the
 /// library does not write it. A tag with frames of 2.4 becomes a 2.4 tag: they would be lost otherwise.
@@ -100,13 +70,46 @@ void add(TaggedFile &tagged, auto *tag)
         tagged.stores.push_back(std::make_unique<Store>(*tag));
 }
 
+/// A tag that was read with keepingFrameFactory().
+void addId3v2(TaggedFile &tagged, ID3v2::Tag *tag)
+{
+    if (tag)
+        restorePodcastAddress(*tag);
+    add<Id3v2Store>(tagged, tag);
+}
+
+/// A file of chunks, one of which is the tag. The library reads that with a frame factory of its own choice.
+template <class File>
+class ChunkedFile : public File {
+public:
+    using File::File;
+
+    void rereadId3v2(ID3v2::Tag &tag)
+    {
+        for (unsigned int i = 0; i < this->chunkCount(); ++i) {
+            const TagLib::ByteVector name = this->chunkName(i);
+            if (name == "ID3 " || name == "id3 ")
+                return rereadFrames(tag, *this, static_cast<long>(this->chunkOffset(i)));
+        }
+    }
+};
+
+/// Reads the tag again where the library's own reading is not good enough: it would lose frames in a save.
+template <class File>
+void addChunkOfId3v2(TaggedFile &tagged, ChunkedFile<File> &file, ID3v2::Tag *tag, bool forWriting)
+{
+    if (file.hasID3v2Tag() && (forWriting || !tag->frameList("WFED").isEmpty()))
+        file.rereadId3v2(*tag);
+    if (forWriting || file.hasID3v2Tag())
+        add<Id3v2Store>(tagged, tag);
+}
+
 TagLib::MPEG::File &openMpeg(TaggedFile &tagged, bool forWriting, bool hasProperties = true)
 {
-    static KeepingFrameFactory factory;
     using TagLib::MPEG::File;
-    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), &factory, hasProperties));
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), keepingFrameFactory(), hasProperties));
     if (forWriting || file.hasID3v2Tag())
-        add<Id3v2Store>(tagged, file.ID3v2Tag(true));
+        addId3v2(tagged, file.ID3v2Tag(true));
     if (file.hasAPETag())
         add<ApeStore>(tagged, file.APETag());
     if (file.hasID3v1Tag())
@@ -127,13 +130,13 @@ void openAdts(TaggedFile &tagged, bool forWriting)
 void openFlac(TaggedFile &tagged, bool forWriting)
 {
     using TagLib::FLAC::File;
-    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), ID3v2::FrameFactory::instance()));
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), keepingFrameFactory()));
     for (const TagLib::FLAC::Picture *picture : file.pictureList())
         tagged.pictures.push_back(picture->data());
     if (forWriting || file.hasXiphComment())
         add<XiphStore>(tagged, file.xiphComment(true));
     if (file.hasID3v2Tag())
-        add<Id3v2Store>(tagged, file.ID3v2Tag());
+        addId3v2(tagged, file.ID3v2Tag());
     if (file.hasID3v1Tag())
         add<Id3v1Store>(tagged, file.ID3v1Tag());
 }
@@ -178,19 +181,17 @@ void openAsf(TaggedFile &tagged)
 
 void openAiff(TaggedFile &tagged, bool forWriting)
 {
-    using TagLib::RIFF::AIFF::File;
+    using File = ChunkedFile<TagLib::RIFF::AIFF::File>;
     File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
-    if (forWriting || file.hasID3v2Tag())
-        add<Id3v2Store>(tagged, file.tag());
+    addChunkOfId3v2(tagged, file, file.tag(), forWriting);
     tagged.save = [&file] { return file.save(versionOf(*file.tag())); };
 }
 
 void openWav(TaggedFile &tagged, bool forWriting)
 {
-    using TagLib::RIFF::WAV::File;
+    using File = ChunkedFile<TagLib::RIFF::WAV::File>;
     File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
-    if (forWriting || file.hasID3v2Tag())
-        add<Id3v2Store>(tagged, file.ID3v2Tag());
+    addChunkOfId3v2(tagged, file, file.ID3v2Tag(), forWriting);
     if (file.hasInfoTag())
         add<InfoStore>(tagged, file.InfoTag());
     tagged.save = [&file] { return file.save(File::AllTags, File::StripNone, versionOf(*file.ID3v2Tag())); };
@@ -209,9 +210,9 @@ void openApe(TaggedFile &tagged, bool forWriting)
 void openTrueAudio(TaggedFile &tagged, bool forWriting)
 {
     using TagLib::TrueAudio::File;
-    File &file = install(tagged, std::make_unique<File>(tagged.stream.get()));
+    File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), keepingFrameFactory()));
     if (forWriting || file.hasID3v2Tag())
-        add<Id3v2Store>(tagged, file.ID3v2Tag(true));
+        addId3v2(tagged, file.ID3v2Tag(true));
     if (file.hasID3v1Tag())
         add<Id3v1Store>(tagged, file.ID3v1Tag());
 }
