@@ -1,26 +1,43 @@
 # SPDX-License-Identifier: Apache-2.0
-# What `cmake --install` puts where: the library, its public headers, and what
-# find_package(Kelvane) and pkg-config find.
+# What `cmake --install` puts where, in four components: runtime, development (headers, and what
+# find_package(Kelvane) and pkg-config find), modules, tool.
 include(CMakePackageConfigHelpers)
 
-# What a static library leaves to the program that links it, in the words of the package and of pkg-config.
-get_property(uses GLOBAL PROPERTY KELVANE_USES)
-foreach(use IN LISTS uses)
-  string(REGEX MATCH "^([^ ]+) (.*)$" use "${use}")
-  set(modules ${CMAKE_MATCH_2})
-  string(APPEND KELVANE_PACKAGE_USES
-    "  pkg_check_modules(${CMAKE_MATCH_1} REQUIRED IMPORTED_TARGET ${modules})\n")
-  string(REGEX REPLACE ">=([^ ]+)" " >= \\1" modules "${modules}")
-  string(REPLACE " " ";" modules "${modules}")
-  string(REPLACE ";>=;" " >= " modules "${modules}")
-  list(APPEND KELVANE_PC_USES ${modules})
-endforeach()
-list(JOIN KELVANE_PC_USES ", " KELVANE_PC_USES)
-
+set(KELVANE_MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/kelvane)
 set(KELVANE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvane)
+
+# What a static library leaves to the program that links it, in the words of the package and of pkg-config. Programs that
+# link the shared one need not even have these libraries' development files.
+get_target_property(type kelvane TYPE)
+if(type STREQUAL "STATIC_LIBRARY")
+  set(KELVANE_PC_STATIC " -DKELVANE_STATIC")
+  list(APPEND KELVANE_PACKAGE_USES "find_dependency(PkgConfig)")
+  get_property(uses GLOBAL PROPERTY KELVANE_USES)
+  foreach(use IN LISTS uses)
+    string(REGEX MATCH "^([^ ]+) (.*)$" use "${use}")
+    set(prefix ${CMAKE_MATCH_1})
+    set(modules ${CMAKE_MATCH_2})
+    list(APPEND KELVANE_PACKAGE_USES
+      "pkg_check_modules(${prefix} QUIET IMPORTED_TARGET ${modules})"
+      "if(NOT ${prefix}_FOUND)"
+      "  set(Kelvane_FOUND FALSE)"
+      "  set(Kelvane_NOT_FOUND_MESSAGE \"Kelvane was built as a static library, which needs ${modules}: pkg-config finds no such.\")"
+      "  return()"
+      "endif()")
+    string(REGEX REPLACE ">=([^ ]+)" " >= \\1" modules "${modules}")
+    string(REPLACE " " ";" modules "${modules}")
+    string(REPLACE ";>=;" " >= " modules "${modules}")
+    list(APPEND KELVANE_PC_USES ${modules})
+  endforeach()
+  list(JOIN KELVANE_PACKAGE_USES "\n" KELVANE_PACKAGE_USES)
+  list(JOIN KELVANE_PC_USES ", " KELVANE_PC_USES)
+endif()
+
 configure_package_config_file(cmake/KelvaneConfig.cmake.in ${PROJECT_BINARY_DIR}/KelvaneConfig.cmake
-  INSTALL_DESTINATION ${KELVANE_PACKAGE_DIR})
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/KelvaneConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+  INSTALL_DESTINATION ${KELVANE_PACKAGE_DIR}
+  PATH_VARS KELVANE_MODULE_DIR CMAKE_INSTALL_BINDIR
+  NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/KelvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 
 # kelvane.pc finds its prefix from its own folder, because `cmake --install --prefix` may choose another than configuring did.
 foreach(kind LIBDIR INCLUDEDIR)
@@ -32,15 +49,32 @@ foreach(kind LIBDIR INCLUDEDIR)
 endforeach()
 file(RELATIVE_PATH KELVANE_PC_UP ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" KELVANE_PC_UP "${KELVANE_PC_UP}")
-list(TRANSFORM CMAKE_DL_LIBS PREPEND -l OUTPUT_VARIABLE KELVANE_PC_DL)
-if(NOT BUILD_SHARED_LIBS)
-  set(KELVANE_PC_STATIC " -DKELVANE_STATIC")
+set(KELVANE_PC_LINK "Libs: -L\${libdir} -lkelvane")
+if(type STREQUAL "STATIC_LIBRARY")
+  # Public, so that programs link the same way whichever kind is installed: --static is not needed, and does no harm.
+  list(TRANSFORM CMAKE_DL_LIBS PREPEND " -l" OUTPUT_VARIABLE libraries)
+  string(APPEND KELVANE_PC_LINK "${libraries} -pthread\nRequires: ${KELVANE_PC_USES}")
 endif()
 configure_file(cmake/kelvane.pc.in kelvane.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kelvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(TARGETS kelvane EXPORT KelvaneTargets FILE_SET HEADERS)
-install(EXPORT KelvaneTargets NAMESPACE Kelvane:: DESTINATION ${KELVANE_PACKAGE_DIR})
+install(TARGETS kelvane EXPORT KelvaneTargets
+  RUNTIME COMPONENT runtime
+  LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development
+  FILE_SET HEADERS COMPONENT development)
+install(EXPORT KelvaneTargets NAMESPACE Kelvane:: DESTINATION ${KELVANE_PACKAGE_DIR} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/KelvaneConfig.cmake ${PROJECT_BINARY_DIR}/KelvaneConfigVersion.cmake
-  cmake/KelvaneDecoder.cmake
-  DESTINATION ${KELVANE_PACKAGE_DIR})
+  cmake/KelvaneModules.cmake
+  DESTINATION ${KELVANE_PACKAGE_DIR} COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/kelvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# Where the library finds them unless they lie beside the application's executable.
+if(KELVANE_BUILD_MODULES)
+  install(TARGETS kelvane_decoder kelvane_media LIBRARY DESTINATION ${KELVANE_MODULE_DIR} COMPONENT modules)
+endif()
+
+# The command finds the library from where it is itself, in any prefix; the system's own folders need no path.
+if(KELVANE_BUILD_TOOL AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  file(RELATIVE_PATH up ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(kelvane_tool PROPERTIES INSTALL_RPATH "\$ORIGIN/${up}")
+endif()

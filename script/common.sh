@@ -45,7 +45,7 @@ quietly() {
 # Takes out the "erase to the end of the line" of a status line where no terminal would obey it.
 plain() { if attended; then cat; else sed $'s/\033\\[K//'; fi; }
 
-presets='release debug bench asan tsan fuzz coverage'
+presets='release static package debug bench asan tsan fuzz coverage'
 
 # preset_or_die NAME: a mistyped preset is caught here, with the choice, before anything is built.
 preset_or_die() {

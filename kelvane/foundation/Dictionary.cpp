@@ -15,7 +15,7 @@
 namespace kelvane {
 
 /// Names in order, with an open-addressing table of places once there are too many to compare one by one.
-struct Dictionary::KeySet::Rep : detail::RefCounted {
+struct KELVANE_HIDDEN Dictionary::KeySet::Rep : detail::RefCounted {
     static constexpr std::size_t linearLimit = 8;
     static constexpr std::uint32_t free = 0xFFFFFFFFU;
 

@@ -7,3 +7,6 @@
 #else
 #define KELVANE_EXPORT __attribute__((visibility("default")))
 #endif
+
+// At the definition of a structure that an exported class declares for itself: its functions are nobody else's.
+#define KELVANE_HIDDEN __attribute__((visibility("hidden")))

@@ -205,7 +205,7 @@ Array UsbDiscovery::devices()
 }
 
 /// One start to stop. Its thread alone uses udev's objects.
-struct UsbDiscovery::Watch {
+struct KELVANE_HIDDEN UsbDiscovery::Watch {
     ~Watch()
     {
         if (wakeUp >= 0)

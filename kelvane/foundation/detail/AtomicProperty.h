@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <kelvane/foundation/Export.h>
+
 #include <atomic>
 #include <mutex>
 #include <utility>
@@ -9,7 +11,7 @@ namespace kelvane::detail {
 
 /// A lock of one byte for sections of a few instructions, in objects that are made by the thousand. A thread that
 /// finds it taken sleeps. Never held while application code runs.
-class ByteLock {
+class KELVANE_EXPORT ByteLock {
 public:
     ByteLock() noexcept = default;
     ByteLock(const ByteLock &) = delete;
@@ -19,18 +21,21 @@ public:
     {
         // 0 free, 1 taken, 2 taken and somebody sleeps: only then does unlock() have to wake anybody.
         unsigned char expected = 0;
-        if (_state.compare_exchange_strong(expected, 1, std::memory_order_acquire, std::memory_order_relaxed))
-            return;
-        while (_state.exchange(2, std::memory_order_acquire) != 0)
-            _state.wait(2, std::memory_order_relaxed);
+        if (!_state.compare_exchange_strong(expected, 1, std::memory_order_acquire, std::memory_order_relaxed))
+            lockTaken();
     }
     void unlock() noexcept
     {
         if (_state.exchange(0, std::memory_order_release) == 2)
-            _state.notify_one();
+            wakeOne();
     }
 
 private:
+    // In the library, not inline: libstdc++ keeps the sleepers of an atomic in a table that each shared library has for
+    // itself, and its layout changes with the compiler. Who wakes has to look into the table of who sleeps.
+    void lockTaken() noexcept;
+    void wakeOne() noexcept;
+
     std::atomic<unsigned char> _state{0};
 };
 
