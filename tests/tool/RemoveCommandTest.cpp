@@ -43,8 +43,9 @@ TEST_F(Remove, TakesItemsByTheirFileOnTheDeviceByItsPathAndByTheirSource)
     const std::string absolute = device(devicePathOf(source("song1001.mp3")));
     const ToolResult result = remove({relative, absolute, source("song1002.mp3")});
     EXPECT_EQ(result.code, 0) << result.errors;
-    EXPECT_THAT(result.outputLines(), ElementsAre(AllOf(HasSubstr("removed " + relative), HasSubstr("song1000.mp3")),
-                                          HasSubstr("song1001.mp3"), HasSubstr("song1002.mp3")));
+    EXPECT_THAT(result.outputLines(),
+        ElementsAre(AllOf(HasSubstr("removed " + relative), HasSubstr("song1000.mp3")), HasSubstr("song1001.mp3"),
+            HasSubstr("song1002.mp3")));
     EXPECT_THAT(library(), SizeIs(1));
     EXPECT_THAT(deviceFiles(), SizeIs(1));
     EXPECT_THAT(sourceFiles(), SizeIs(4)) << "the sources are none of its business";

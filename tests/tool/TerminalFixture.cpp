@@ -32,15 +32,23 @@ void TerminalFixture::TearDown()
 
 std::string TerminalFixture::tmux(const std::string &command) const
 {
-    return shell("TMUX= LC_ALL=C.UTF-8 tmux -f /dev/null -S " + folder("tmux") + ' ' + command);
+    return shell(
+        "TMUX= LC_ALL=C.UTF-8 tmux -f /dev/null -S " + folder("tmux" + std::to_string(_terminals)) + ' ' + command);
 }
 
-void TerminalFixture::startShell(int columns, const std::string &command) const
+void TerminalFixture::open(int columns, const std::string &command)
 {
-    tmux("new-session -d -x " + std::to_string(columns) + " -y 40 '" + command + "; echo \"ended $?\"; read wait'");
+    tmux("kill-server 2>/dev/null");
+    ++_terminals; // a server that is on its way out would take the new one with it
+    tmux("new-session -d -x " + std::to_string(columns) + " -y 40 '" + command + '\'');
 }
 
-void TerminalFixture::start(int columns, const std::string &arguments, const std::string &environment) const
+void TerminalFixture::startShell(int columns, const std::string &command)
+{
+    open(columns, command + "; echo \"ended $?\"; read wait");
+}
+
+void TerminalFixture::start(int columns, const std::string &arguments, const std::string &environment)
 {
     startShell(columns, environment + " " KELVANE_TOOL " " + arguments);
 }

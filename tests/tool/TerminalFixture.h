@@ -20,9 +20,11 @@ protected:
     void TearDown() override;
 
     std::string tmux(const std::string &command) const;
-    /// Runs any command of the shell in a terminal of so many columns; its exit code is shown when it has ended.
-    void startShell(int columns, const std::string &command) const;
-    void start(int columns, const std::string &arguments, const std::string &environment = "") const;
+    /// Opens a new terminal of so many columns, which runs `command` alone; one from before is closed.
+    void open(int columns, const std::string &command);
+    /// Runs any command of the shell in a new terminal; its exit code is shown when it has ended.
+    void startShell(int columns, const std::string &command);
+    void start(int columns, const std::string &arguments, const std::string &environment = "");
     /// The lines of the screen that are not empty.
     [[nodiscard]] std::vector<std::string> screen() const;
     [[nodiscard]] static bool hasEnded(const std::vector<std::string> &lines);
@@ -44,6 +46,9 @@ protected:
     {
         return watch([](const std::vector<std::string> &) {});
     }
+
+private:
+    int _terminals = 0;
 };
 
 } // namespace kelvane::testsupport

@@ -91,9 +91,7 @@ ExitCode writeArtwork(const Options &options, const OutputOptions &output)
         throw StopError(ExitCannotStart,
             "cannot make the folder " + inQuotes(options.folder)
                 + (error ? ": " + printable(error.message()) : ": it is a file"));
-    const auto work = [&](const std::string &path) {
-        return tell(path, extract(path, options.folder), output.isJson);
-    };
+    const auto work = [&](const std::string &path) { return tell(path, extract(path, options.folder), output.isJson); };
     return runFileBatch({options.files, options.jobs, output, "cannot take the artwork of", work});
 }
 

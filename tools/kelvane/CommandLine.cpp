@@ -84,8 +84,7 @@ Command addCommand(CLI::App &application, const CommandText &text)
 
 void addJobsOption(const Command &command, int &jobs, const std::string &description)
 {
-    command.definition
-        ->add_option("-j,--jobs", jobs, description + " (default " + std::to_string(jobs) + ')')
+    command.definition->add_option("-j,--jobs", jobs, description + " (default " + std::to_string(jobs) + ')')
         ->check(CLI::Range(1, 64))
         ->option_text("N");
 }

@@ -26,12 +26,7 @@ std::int64_t sizeOf(const std::string &path)
 
 class BatchRun {
 public:
-    explicit BatchRun(const FileBatch &batch)
-        : _batch(batch),
-          _progress(batch.output),
-          _outcomes(batch.files.size())
-    {
-    }
+    explicit BatchRun(const FileBatch &batch) : _batch(batch), _progress(batch.output), _outcomes(batch.files.size()) {}
 
     ExitCode run()
     {

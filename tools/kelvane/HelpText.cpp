@@ -18,8 +18,8 @@ constexpr const char *indent = "  ";
 using Entries = std::vector<std::pair<std::string, std::string>>; // heading, description
 
 /// Breaks a text into lines. All but the first begin with `nextIndent`; a line that goes on ends with `mark`.
-std::string wrapped(
-    const std::string &text, std::size_t width, std::size_t column, const std::string &nextIndent, std::string_view mark = "")
+std::string wrapped(const std::string &text, std::size_t width, std::size_t column, const std::string &nextIndent,
+    std::string_view mark = "")
 {
     std::string result;
     std::istringstream words(text);
@@ -54,7 +54,8 @@ std::string list(const std::string &title, const Entries &entries, std::size_t w
     for (const auto &[heading, description] : entries) {
         if (width < narrow) {
             const std::string below(6, ' ');
-            text += indent + heading.substr(heading.find_first_not_of(' ')) + '\n' + below + wrapped(description, width, below.size(), below);
+            text += indent + heading.substr(heading.find_first_not_of(' ')) + '\n' + below
+                + wrapped(description, width, below.size(), below);
         } else {
             const std::size_t column = 2 + longest + 2;
             text += indent + heading + std::string(column - 2 - heading.size(), ' ')
@@ -128,7 +129,7 @@ std::string helpOf(const Program &program, std::size_t terminalWidth)
     Entries commands;
     for (const Command &command : program.commands())
         commands.emplace_back(command.text.name, command.text.description);
-    std::string text = "Usage: kelvane COMMAND [OPTIONS] ARGUMENTS\n\n";
+    std::string text = wrapped("Usage: kelvane COMMAND [OPTIONS] ARGUMENTS", width, 0, "    ") + '\n';
     text += paragraph(std::string(Program::description) + '.', width);
     text += list("Commands", commands, width);
     text += list("Options", entriesOf(optionsOf(program.definition()), false), width);

@@ -71,11 +71,11 @@ void JsonEvents::itemSkipped(const std::string &path, std::string_view reason)
 void JsonEvents::finished(const SyncSummary &summary)
 {
     const auto items = [&](SyncOutcome outcome) { return summary.items(outcome); };
-    printJsonLine({{"event", "summary"}, {"added", items(SyncOutcome::Copied)},
-        {"changed", items(SyncOutcome::Replaced)}, {"deleted", items(SyncOutcome::Removed)},
-        {"unchanged", items(SyncOutcome::Unchanged)}, {"failed", items(SyncOutcome::Failed)},
-        {"ignored", summary.ignored}, {"bytes", summary.bytesWritten()}, {"seconds", summary.seconds},
-        {"interrupted", summary.isInterrupted}, {"dryRun", summary.isDryRun}});
+    printJsonLine(
+        {{"event", "summary"}, {"added", items(SyncOutcome::Copied)}, {"changed", items(SyncOutcome::Replaced)},
+            {"deleted", items(SyncOutcome::Removed)}, {"unchanged", items(SyncOutcome::Unchanged)},
+            {"failed", items(SyncOutcome::Failed)}, {"ignored", summary.ignored}, {"bytes", summary.bytesWritten()},
+            {"seconds", summary.seconds}, {"interrupted", summary.isInterrupted}, {"dryRun", summary.isDryRun}});
 }
 
 } // namespace kelvane::tool

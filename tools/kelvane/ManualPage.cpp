@@ -123,8 +123,8 @@ std::string manualPageOf(const Program &program)
     std::string pages;
     for (const Command &command : program.commands()) {
         commands += entry(command.text.name, command.text.description + '.');
-        pages += ".BR kelvane\\-" + command.text.name + " (1)"
-            + (&command == &program.commands().back() ? "\n" : ",\n");
+        pages +=
+            ".BR kelvane\\-" + command.text.name + " (1)" + (&command == &program.commands().back() ? "\n" : ",\n");
     }
     std::string text = heading("kelvane", Program::description) + synopsis("", "COMMAND [OPTIONS] ARGUMENTS");
     text += ".SH DESCRIPTION\n" + line(std::string(Program::description) + '.');

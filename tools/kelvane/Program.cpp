@@ -28,12 +28,10 @@ private:
 
 void addSharedOptions(const Command &command)
 {
-    CLI::Option *quiet =
-        command.definition->add_flag("-q,--quiet", command.output->isQuiet, "Say nothing but errors");
+    CLI::Option *quiet = command.definition->add_flag("-q,--quiet", command.output->isQuiet, "Say nothing but errors");
     if (!command.text.json.empty())
         quiet->excludes(command.definition->add_flag("--json", command.output->isJson, command.text.json));
-    command.definition->add_flag(
-        "-v,--verbose", command.output->isVerbose, "Show the library's log on standard error");
+    command.definition->add_flag("-v,--verbose", command.output->isVerbose, "Show the library's log on standard error");
 }
 
 } // namespace

@@ -138,18 +138,8 @@ ProgressFacts ProgressDisplay::factsOf(const Item &item)
     return facts;
 }
 
-// To where the first line begins. A terminal that was made narrower meanwhile has wrapped lines into several rows.
-std::string ProgressDisplay::backToStart() const
-{
-    const std::size_t columns = Terminal::columns();
-    std::size_t rows = 0;
-    for (const std::size_t width : _drawnWidths)
-        rows += std::max<std::size_t>((width + columns - 1) / columns, 1);
-    if (rows == 0)
-        return {};
-    return '\r' + (rows > 1 ? "\x1b[" + std::to_string(rows - 1) + 'A' : std::string());
-}
-
+// The cursor stays where the first line begins, and no line wraps while it is written: so the next drawing begins at the
+// right place, whatever a resized window has made of the lines meanwhile, and however late we are told of its width.
 void ProgressDisplay::draw()
 {
     if (!_isRunning)
@@ -158,22 +148,22 @@ void ProgressDisplay::draw()
     const std::size_t width = Terminal::columns() - 1;
     // One item alone is the whole.
     const std::size_t shown = _items < 2 ? 0 : std::min(_running.size(), Terminal::rows() - 1);
-    std::string text = backToStart();
-    _drawnWidths.clear();
-    for (std::size_t i = 0; i <= shown; ++i) {
-        const ProgressLine line = progressLine(i < shown ? factsOf(_running[i]) : whole(), width, _hasColours);
-        text += line.text + (i < shown ? "\x1b[K\n" : "\x1b[J");
-        _drawnWidths.push_back(line.width);
-    }
-    write(text);
+    std::string text = "\r\x1b[?7l";
+    for (std::size_t i = 0; i < shown; ++i)
+        text += progressLine(factsOf(_running[i]), width, _hasColours) + "\x1b[K\n";
+    text += progressLine(whole(), width, _hasColours) + "\x1b[J\x1b[?7h";
+    if (shown > 0)
+        text += "\x1b[" + std::to_string(shown) + 'A';
+    write(text + '\r');
+    _isDrawn = true;
     _drawnAt = Clock::now();
 }
 
 void ProgressDisplay::clear()
 {
-    if (!_drawnWidths.empty())
-        write(backToStart() + "\x1b[J");
-    _drawnWidths.clear();
+    if (_isDrawn)
+        write("\r\x1b[J");
+    _isDrawn = false;
 }
 
 void ProgressDisplay::finish()

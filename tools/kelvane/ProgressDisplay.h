@@ -55,7 +55,6 @@ private:
     [[nodiscard]] std::uint64_t bytesDone() const;
     [[nodiscard]] ProgressFacts whole() const;
     [[nodiscard]] static ProgressFacts factsOf(const Item &item);
-    [[nodiscard]] std::string backToStart() const;
 
     const bool _hasColours;
     bool _isRunning = false;
@@ -66,7 +65,7 @@ private:
     std::vector<Item> _running; // in the order in which they began
     RateMeter _meter;
     Clock::time_point _drawnAt;
-    std::vector<std::size_t> _drawnWidths; // of the lines that stand on the terminal
+    bool _isDrawn = false;
 };
 
 } // namespace kelvane::tool

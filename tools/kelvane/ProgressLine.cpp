@@ -22,7 +22,7 @@ std::string bar(std::size_t width, double share, bool hasColours)
 
 } // namespace
 
-ProgressLine progressLine(const ProgressFacts &facts, std::size_t width, bool hasColours)
+std::string progressLine(const ProgressFacts &facts, std::size_t width, bool hasColours)
 {
     std::string label;
     if (!facts.label.empty())
@@ -30,13 +30,13 @@ ProgressLine progressLine(const ProgressFacts &facts, std::size_t width, bool ha
     const std::size_t labelWidth = displayWidth(label);
     const std::string percent = fittedRight(std::to_string(static_cast<int>(facts.share * 100)) + '%', 5);
     if (labelWidth + smallestBar + brackets + percent.size() > width)
-        return {fitted(label + percent, width), width};
+        return fitted(label + percent, width);
     std::string text = percent;
     for (const std::string &part : facts.parts)
         if (labelWidth + text.size() + 2 + part.size() + smallestBar + brackets <= width)
             text += "  " + part;
     const std::size_t barWidth = std::min(width - labelWidth - text.size() - brackets, largestBar);
-    return {label + bar(barWidth, facts.share, hasColours) + text, labelWidth + barWidth + brackets + text.size()};
+    return label + bar(barWidth, facts.share, hasColours) + text;
 }
 
 } // namespace kelvane::tool

@@ -6,12 +6,6 @@
 
 namespace kelvane::tool {
 
-/// A line with a bar, as it stands on the terminal.
-struct ProgressLine {
-    std::string text;
-    std::size_t width; // columns, without what only sets colours
-};
-
 /// What a line says beside its bar.
 struct ProgressFacts {
     std::string label; // printable; "" for none
@@ -21,6 +15,6 @@ struct ProgressFacts {
 
 /// A line of at most `width` columns: the label, the bar, the percentage, the parts. A label is as wide in every line
 /// of a width, so that bars stand below each other.
-[[nodiscard]] ProgressLine progressLine(const ProgressFacts &facts, std::size_t width, bool hasColours);
+[[nodiscard]] std::string progressLine(const ProgressFacts &facts, std::size_t width, bool hasColours);
 
 } // namespace kelvane::tool

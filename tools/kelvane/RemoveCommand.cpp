@@ -155,7 +155,8 @@ Command defineRemoveCommand(CLI::App &application)
             {"An item is named by its file on the device, as \"kelvane list\" shows it, or by the file that it was "
              "copied from. The latter is left alone: as long as it is in a source of sync, the next sync brings it "
              "back. A file on the device that somebody has put in the place of ours is left alone, too."},
-            {"kelvane remove /media/$USER/PHONE Music/F12/KXQA.mp3", "kelvane remove /media/$USER/PHONE ~/Music/*.flac"},
+            {"kelvane remove /media/$USER/PHONE Music/F12/KXQA.mp3",
+                "kelvane remove /media/$USER/PHONE ~/Music/*.flac"},
             {ExitDone, ExitSomeFailed, ExitWrongUse, ExitCannotStart, ExitInterrupted},
             "Print one object a line as JSON"});
     CLI::App &definition = *command.definition;

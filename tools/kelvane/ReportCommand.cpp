@@ -118,7 +118,8 @@ Command defineReportCommand(CLI::App &application)
     const auto options = std::make_shared<Options>();
     Command command = addCommand(application,
         {"report", "Write a page on a device's media, for a browser", "[OPTIONS] DEVICE -o FILE",
-            {"One HTML file that needs no network: items with their artwork, to be sorted and filtered, totals by kind, "
+            {"One HTML file that needs no network: items with their artwork, to be sorted and filtered, totals by "
+             "kind, "
              "and what takes the device's room. A file that is there already is replaced once the new one is whole."},
             {"kelvane report /media/$USER/PHONE -o report.html"},
             {ExitDone, ExitWrongUse, ExitCannotStart, ExitInterrupted}, "Print one object as JSON"});

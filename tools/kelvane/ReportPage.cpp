@@ -77,7 +77,7 @@ std::string totals(const ReportData &data)
     for (const ReportKind kind : kinds)
         if (const ReportData::Total total = data.total(kind); total.items > 0)
             rows += totalRow(titleOf(kind), total);
-    return "<section aria-labelledby=\"totals\"><h2 id=\"totals\">By kind</h2>\n<table class=\"totals\"><thead><tr>"
+    return "<section aria-labelledby=\"totals\"><h2 id=\"totals\">By kind</h2>\n<table><thead><tr>"
            "<th scope=\"col\">Kind</th><th scope=\"col\" class=\"number\">Items</th>"
            "<th scope=\"col\" class=\"number\">Size</th><th scope=\"col\" class=\"number\">Playing time</th>"
            "</tr></thead>\n<tbody>\n"
@@ -139,9 +139,9 @@ std::string reportPage(const ReportData &data)
 {
     return head(data) + "<body>\n<a class=\"skip\" href=\"#items\">Skip to the items</a>\n<header><h1>Media on "
         + html(lastComponent(data.device)) + "</h1>\n<p>" + html(data.device) + ", as of <time>" + html(data.day)
-        + "</time></p></header>\n<main>\n" + storage(data) + totals(data) + items(data)
-        + "</main>\n<footer><p>Made by kelvane " KELVANE_VERSION ".</p></footer>\n<script>" + std::string(reportScript)
-        + "</script>\n</body>\n</html>\n";
+        + "</time></p></header>\n<main>\n<div class=\"overview\">\n" + storage(data) + totals(data) + "</div>\n"
+        + items(data) + "</main>\n<footer><p>Made by kelvane " KELVANE_VERSION ".</p></footer>\n<script>"
+        + std::string(reportScript) + "</script>\n</body>\n</html>\n";
 }
 
 } // namespace kelvane::tool

@@ -58,6 +58,17 @@ Data readWhole(int file)
     return {};
 }
 
+// Nothing for what is no file, or lies outside the device: the library may say anything.
+std::int64_t sizeOf(DeviceFolder &device, const std::string &path)
+{
+    try {
+        const std::optional<FileStamp> stamp = device.stampOf(path);
+        return stamp ? stamp->size : 0;
+    } catch (const ItemError &) {
+        return 0;
+    }
+}
+
 std::string smallPicture(DeviceFolder &device, const std::string &path, const std::string &scratch)
 {
     constexpr std::int32_t edge = 96; // pixels: sharp on screens of two pixels to the point
@@ -86,8 +97,7 @@ std::vector<std::string> smallPictures(
     std::vector<std::int64_t> sizes;
     std::int64_t bytes = 0;
     for (const std::string &path : paths) {
-        const std::optional<FileStamp> stamp = device.stampOf(path);
-        sizes.push_back(stamp ? stamp->size : 0);
+        sizes.push_back(sizeOf(device, path));
         bytes += sizes.back();
     }
     std::vector<std::string> pictures(paths.size());

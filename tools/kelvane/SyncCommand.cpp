@@ -64,14 +64,11 @@ ExitCode SyncCommand::run()
 {
     const auto begin = std::chrono::steady_clock::now();
     DeviceFolder device(_options.device);
-    SyncSummary summary =
-        usingDevice(device, [&] { return _options.isDryRun ? dryRun(device) : sync(device); });
+    SyncSummary summary = usingDevice(device, [&] { return _options.isDryRun ? dryRun(device) : sync(device); });
     summary.isInterrupted = Interruption::isRequested();
     summary.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     _view->finished(summary);
-    return summary.isInterrupted                        ? ExitInterrupted
-        : summary.items(SyncOutcome::Failed) > 0 ? ExitSomeFailed
-                                                        : ExitDone;
+    return summary.isInterrupted ? ExitInterrupted : summary.items(SyncOutcome::Failed) > 0 ? ExitSomeFailed : ExitDone;
 }
 
 SyncSummary SyncCommand::dryRun(DeviceFolder &device)
@@ -107,8 +104,7 @@ SyncSummary SyncCommand::sync(DeviceFolder &device)
     planTransfers(session.library(), plan.pending());
     announce(*_view, plan.pending());
     SpaceBudget budget(device, _options.reserve);
-    const auto work =
-        std::make_shared<SyncWork>(device, session.library(), plan.names(), budget, _options.verifies);
+    const auto work = std::make_shared<SyncWork>(device, session.library(), plan.names(), budget, _options.verifies);
     const auto run = std::make_shared<SyncRun>(plan, work, *_view, _options.jobs);
     run->run();
     SyncSummary summary = run->summary();
@@ -138,7 +134,8 @@ Command defineSyncCommand(CLI::App &application)
         {"sync", "Bring media files to a device", "[OPTIONS] SOURCE... DEVICE",
             {"Audio and video go to Music, images to Photos, HEIC photos as JPEG. A second run copies only what "
              "changed; an interrupted one is finished by the next."},
-            {"kelvane sync ~/Music ~/Pictures /media/$USER/PHONE", "kelvane sync --delete --verify ~/Music /media/$USER/PHONE"},
+            {"kelvane sync ~/Music ~/Pictures /media/$USER/PHONE",
+                "kelvane sync --delete --verify ~/Music /media/$USER/PHONE"},
             {ExitDone, ExitSomeFailed, ExitWrongUse, ExitCannotStart, ExitInterrupted},
             "Print one event a line as JSON"});
     CLI::App &definition = *command.definition;
@@ -162,8 +159,8 @@ Command defineSyncCommand(CLI::App &application)
         if (!options->reserve.empty()) {
             const std::optional<SpaceReserve> reserve = SpaceReserve::parse(options->reserve);
             if (!reserve)
-                throw StopError(ExitWrongUse,
-                    "--reserve: " + inQuotes(options->reserve) + " is no size such as 1GB, 300MB or 5%");
+                throw StopError(
+                    ExitWrongUse, "--reserve: " + inQuotes(options->reserve) + " is no size such as 1GB, 300MB or 5%");
             asked.reserve = *reserve;
         }
         asked.device = options->paths.back();

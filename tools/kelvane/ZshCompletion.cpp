@@ -52,9 +52,9 @@ std::string specification(const OptionFacts &option)
         const bool isRepeated = option.value.find("...") != std::string::npos;
         return "'" + std::string(isRepeated ? "*" : "") + value(option) + "'";
     }
-    const std::string names = option.shortName.empty()
-        ? "'--" + option.longName
-        : "'(-" + option.shortName + " --" + option.longName + ")'{-" + option.shortName + ",--" + option.longName + "}'";
+    const std::string names = option.shortName.empty() ? "'--" + option.longName
+                                                       : "'(-" + option.shortName + " --" + option.longName + ")'{-"
+            + option.shortName + ",--" + option.longName + "}'";
     return names + '[' + escaped(option.description, "[]") + ']' + (option.value.empty() ? "" : value(option)) + "'";
 }
 
