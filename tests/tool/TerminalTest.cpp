@@ -122,7 +122,8 @@ TEST_F(Terminal, SurvivesBeingMadeNarrowerAndWider)
     std::size_t now = wide;
     start(wide, "sync " + source() + ' ' + device());
     int changes = 0;
-    // As fast as the lines follow, which is faster than this terminal tells of its width.
+    // Each change waits until the lines have followed the one before: what tmux makes of a cursor that two changes move
+    // at once is not the program's.
     const std::vector<std::string> last = watch([&](const std::vector<std::string> &lines) {
         const bool isDrawn = !lines.empty() && hasBar(lines.back());
         if (!isDrawn || (lines.back().size() < narrow) != (now == narrow))
