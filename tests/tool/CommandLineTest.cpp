@@ -5,6 +5,7 @@
 #include <kelvane/platform/FMDatabase.h>
 #include <kelvane/platform/FMResultSet.h>
 
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <set>
 #include <sys/stat.h>
@@ -29,7 +30,7 @@ TEST(CommandLine, VersionIsThatOfTheProject)
 TEST(CommandLine, HelpIsEverywhereWithAnExample)
 {
     for (const std::vector<std::string> &arguments :
-        {std::vector<std::string>{"--help"}, {"sync", "--help"}, {"info", "--help"}, {"list", "--help"}}) {
+        {std::vector<std::string>{"--help"}, {"-h"}, {"help"}, {"list", "--help"}, {"help", "list"}}) {
         const ToolResult result = runTool(arguments);
         EXPECT_EQ(result.code, 0);
         EXPECT_THAT(result.output, AllOf(HasSubstr("Usage: kelvane"), HasSubstr("Example:\n  kelvane ")));
@@ -39,14 +40,36 @@ TEST(CommandLine, HelpIsEverywhereWithAnExample)
 
 TEST(CommandLine, WrongUseIsToldInOneLine)
 {
-    for (const std::vector<std::string> &arguments : {std::vector<std::string>{}, {"dance"}, {"sync"},
-             {"sync", "only-one"}, {"sync", "--jobs", "0", "a", "b"}, {"sync", "--jobs", "many", "a", "b"},
-             {"sync", "--nonsense", "a", "b"}, {"info"}, {"list"}, {"list", "a", "b"}}) {
+    for (const std::vector<std::string> &arguments :
+        {std::vector<std::string>{}, {"dance"}, {"sync"}, {"sync", "only-one"}, {"sync", "--jobs", "0", "a", "b"},
+            {"sync", "--jobs", "many", "a", "b"}, {"sync", "--nonsense", "a", "b"},
+            {"sync", "--reserve", "much", "a", "b"}, {"info"}, {"list"}, {"list", "a", "b"}, {"copy", "a"},
+            {"remove", "a"}, {"report", "a"}, {"help", "dance"}, {"types", "--quiet", "--json", "mp3"}}) {
         const ToolResult result = runTool(arguments);
         EXPECT_EQ(result.code, 2) << testing::PrintToString(arguments);
         EXPECT_THAT(result.errorLines(), SizeIs(1)) << result.errors;
         EXPECT_THAT(result.output, IsEmpty());
     }
+}
+
+TEST(CommandLine, AWordThatIsNearlyACommandIsUnderstood)
+{
+    EXPECT_THAT(runTool({"snyc"}).errors, HasSubstr("did you mean \"sync\"?"));
+    EXPECT_THAT(runTool({"dance-all-night"}).errors, testing::Not(HasSubstr("did you mean")));
+    EXPECT_THAT(runTool({"\x1b[31m"}).errors, testing::Not(HasSubstr("\x1b")));
+}
+
+TEST(CommandLine, QuietSaysNothingButErrors)
+{
+    const ToolResult result = runTool({"types", "--quiet", "mp3", ""});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.output, IsEmpty());
+    EXPECT_THAT(result.errorLines(), SizeIs(1));
+}
+
+TEST(CommandLine, OutputThatCannotBeWrittenIsAFailure)
+{
+    EXPECT_EQ(std::system(KELVANE_TOOL " types mp3 >/dev/full 2>/dev/null") >> 8, 1);
 }
 
 using Info = SyncFixture;

@@ -289,7 +289,8 @@ TEST_F(SyncBadInput, AFullDeviceFailsTheFilesThatDoNotFitAndKeepsTheRest)
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.errorLines(),
         UnorderedElementsAre(AllOf(HasSubstr("big1.mp3"), HasSubstr("no space left on the device (needs 3.0 MB, ")),
-            AllOf(HasSubstr("big2.mp3"), HasSubstr("no space left on the device (needs 3.0 MB, "))));
+            AllOf(HasSubstr("big2.mp3"), HasSubstr("no space left on the device (needs 3.0 MB, ")),
+            AllOf(HasSubstr("make room with \"kelvane remove " + device()), HasSubstr("--reserve"))));
     fs::remove(source("big1.mp3"));
     fs::remove(source("big2.mp3"));
     expectComplete();

@@ -389,7 +389,10 @@ TEST_F(Sync, RunsOnTheSameDeviceExcludeEachOther)
     const ToolResult second = sync();
     ASSERT_TRUE(first.isRunning()) << "the first sync was too quick for this test";
     EXPECT_EQ(second.code, 3);
-    EXPECT_THAT(second.errorLines(), testing::ElementsAre(HasSubstr("another sync is using it")));
+    EXPECT_THAT(second.errorLines(),
+        testing::ElementsAre(
+            testing::ContainsRegex("another sync is using it \\(process [0-9]+\\); try again when it has ended")));
+    EXPECT_EQ(runTool({"remove", device(), "anything"}).code, 3) << "nor does anybody else change it meanwhile";
     EXPECT_EQ(first.wait(), 0);
     expectComplete();
 }

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Artwork.h"
 #include "CommandLine.h"
+#include "FileBatch.h"
 #include "FileDescriptor.h"
+#include "Interruption.h"
 #include "JsonText.h"
+#include "SafeFile.h"
 #include "SourceFile.h"
 #include "Text.h"
 
@@ -14,7 +17,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <memory>
-#include <sys/stat.h>
 
 namespace kelvane::tool {
 namespace {
@@ -22,20 +24,8 @@ namespace {
 struct Options {
     std::vector<std::string> files;
     std::string folder;
-    bool isJson = false;
+    int jobs = 1;
 };
-
-// A FIFO or a device is not opened: it could keep us for ever.
-void requireReadable(const std::string &path)
-{
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0)
-        throw ItemError(reasonText(errno));
-    if (!S_ISREG(status.st_mode))
-        throw ItemError(S_ISDIR(status.st_mode) ? "is a folder, not a file" : "is not a regular file");
-    if (!FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)).isOpen())
-        throw ItemError(reasonText(errno));
-}
 
 // A new file: "song.jpg", or where there is one, "song 2.jpg" and so on.
 FileDescriptor makeFile(const std::string &stem, const std::string &extension, std::string &path)
@@ -59,17 +49,11 @@ std::string writePicture(const Data &picture, const std::string &stem)
 {
     std::string path;
     const FileDescriptor file = makeFile(stem, pictureExtension(picture), path);
-    std::string_view rest = picture.view();
-    while (!rest.empty()) {
-        const ssize_t count = ::write(file.get(), rest.data(), rest.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0) {
-            const int reason = errno;
-            ::unlink(path.c_str());
-            throw ItemError("cannot write " + inQuotes(path) + ": " + reasonText(reason));
-        }
-        rest.remove_prefix(static_cast<std::size_t>(count));
+    try {
+        writeAll(file.get(), picture.view());
+    } catch (const ItemError &error) {
+        ::unlink(path.c_str());
+        throw ItemError("cannot write " + inQuotes(path) + ": " + error.what());
     }
     return path;
 }
@@ -85,21 +69,21 @@ std::vector<std::string> extract(const std::string &path, const std::string &fol
     return written;
 }
 
-void print(const std::string &path, const std::vector<std::string> &pictures, bool isJson)
+std::string tell(const std::string &path, const std::vector<std::string> &pictures, bool isJson)
 {
     if (isJson) {
         Json list = Json::array();
         for (const std::string &picture : pictures)
             list.push_back(jsonText(picture));
-        return printJsonLine({{"path", jsonText(path)}, {"artworks", list}});
+        return jsonLine({{"path", jsonText(path)}, {"artworks", list}});
     }
+    std::string text;
     for (const std::string &picture : pictures)
-        std::puts(printable(picture).c_str());
-    if (pictures.empty())
-        std::puts((printable(path) + ": no picture").c_str());
+        text += printable(picture) + '\n';
+    return text.empty() ? printable(path) + ": no picture\n" : text;
 }
 
-ExitCode writeArtwork(const Options &options)
+ExitCode writeArtwork(const Options &options, const OutputOptions &output)
 {
     std::error_code error;
     std::filesystem::create_directories(options.folder, error);
@@ -107,19 +91,8 @@ ExitCode writeArtwork(const Options &options)
         throw StopError(ExitCannotStart,
             "cannot make the folder " + inQuotes(options.folder)
                 + (error ? ": " + printable(error.message()) : ": it is a file"));
-    ExitCode code = ExitDone;
-    for (const std::string &path : options.files) {
-        try {
-            print(path, extract(path, options.folder), options.isJson);
-        } catch (const ItemError &failure) {
-            code = ExitSomeFailed;
-            if (options.isJson)
-                printJsonLine({{"path", jsonText(path)}, {"error", failure.what()}});
-            std::fprintf(
-                stderr, "kelvane: cannot take the artwork of %s: %s\n", inQuotes(path).c_str(), failure.what());
-        }
-    }
-    return code;
+    const auto work = [&](const std::string &path) { return tell(path, extract(path, options.folder), output.isJson); };
+    return runFileBatch({options.files, options.jobs, output, "cannot take the artwork of", work});
 }
 
 } // namespace
@@ -127,18 +100,25 @@ ExitCode writeArtwork(const Options &options)
 Command defineArtworkCommand(CLI::App &application)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = addCommand(application,
+    Command command = addCommand(application,
         {"artwork", "Write the pictures of media files into a folder", "[OPTIONS] FILE... -o DIR",
-            "The covers of a song are written as they are; of a film or photo without one, a picture of at most\n"
-            "512 by 512 pixels is made. Sound without a cover has no picture. No file is ever replaced.\n\n"
-            "Example:\n  kelvane artwork ~/Music/*.mp3 -o covers\n\n"
-            "Exit codes: 0 done, 1 some files failed, 2 wrong use, 3 cannot start"});
-    command->add_option("FILE", options->files, "Files to read")->required()->option_text("...");
-    command->add_option("-o,--output", options->folder, "Folder for the pictures, made where it is missing")
+            {"The covers of a song are written as they are; of a film or photo without one, a picture of at most 512 "
+             "by 512 pixels is made. Sound without a cover has no picture. No file is ever replaced: where a name is "
+             "taken, it gets a number, and with several jobs it is chance which of two files gets which."},
+            {"kelvane artwork ~/Music/*.mp3 -o covers"},
+            {ExitDone, ExitSomeFailed, ExitWrongUse, ExitCannotStart, ExitInterrupted},
+            "Print one object a line as JSON"});
+    CLI::App &definition = *command.definition;
+    definition.add_option("FILE", options->files, "Files to read")->required()->option_text("FILE...");
+    definition.add_option("-o,--output", options->folder, "Folder for the pictures, made where it is missing")
         ->required()
         ->option_text("DIR");
-    addJsonFlag(*command, options->isJson);
-    return {command, [options] { return writeArtwork(*options); }};
+    addJobsOption(command, options->jobs, "Files to read at once");
+    command.run = [options, output = command.output] {
+        Interruption::install();
+        return writeArtwork(*options, *output);
+    };
+    return command;
 }
 
 } // namespace kelvane::tool

@@ -5,6 +5,7 @@
 #include "DeviceRepair.h"
 #include "ExitCode.h"
 #include "MediaReader.h"
+#include "SafeFile.h"
 #include "Text.h"
 
 #include <array>
@@ -56,14 +57,10 @@ std::string ArtworkStore::put(const Data &picture)
 void ArtworkStore::write(const Data &picture, const std::string &staged)
 {
     const FileDescriptor file = _device.makeFile(staged);
-    std::string_view rest = picture.view();
-    while (!rest.empty()) {
-        const ssize_t count = ::write(file.get(), rest.data(), rest.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            throw ItemError("cannot write its picture: " + reasonText(errno));
-        rest.remove_prefix(static_cast<std::size_t>(count));
+    try {
+        writeAll(file.get(), picture.view());
+    } catch (const ItemError &error) {
+        throw ItemError(std::string("cannot write its picture: ") + error.what());
     }
     if (::fsync(file.get()) != 0)
         throw ItemError("cannot write its picture: " + reasonText(errno));

@@ -1,83 +1,109 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommandLine.h"
 
+#include "GeneratedFiles.h"
 #include "LogOutput.h"
+#include "Program.h"
 #include "Text.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <CLI/CLI.hpp>
-#include <memory>
-#include <utility>
+#include <cstdio>
+#include <numeric>
+#include <string_view>
 
 namespace kelvane::tool {
 namespace {
 
-/// Help whose usage line is written by hand: the order of positional arguments says what they mean.
-class HelpFormatter : public CLI::Formatter {
-public:
-    explicit HelpFormatter(std::string usage) : _usage(std::move(usage)) {}
-    std::string make_usage(const CLI::App * /*app*/, std::string /*name*/) const override
-    {
-        return "Usage: kelvane " + _usage + '\n';
-    }
-
-private:
-    const std::string _usage;
-};
-
-/// All commands, in the order of the help.
-std::vector<Command> defineCommands(CLI::App &application)
+/// How many letters to add, drop or change to make one word of the other.
+std::size_t distance(std::string_view first, std::string_view second)
 {
-    // clang-format off
-    return {
-        defineSyncCommand(application),
-        defineListCommand(application),
-        defineInfoCommand(application),
-        defineArtworkCommand(application),
-        defineHeicToJpegCommand(application),
-        defineTypesCommand(application),
-        defineDevicesCommand(application),
-        defineRunCommand(application),
-    };
-    // clang-format on
+    std::vector<std::size_t> row(second.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t j = 0; j < second.size(); ++j) {
+            const std::size_t changed = diagonal + (first[i] == second[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
+        }
+    }
+    return row.back();
+}
+
+[[noreturn]] void refuseCommand(const Program &program, const std::string &word)
+{
+    constexpr std::size_t farthest = 2;
+    constexpr std::size_t longestName = 32;
+    std::string hint;
+    std::size_t nearest = farthest + 1;
+    for (const Command &command : program.commands()) {
+        const std::size_t far = word.size() > longestName ? nearest : distance(word, command.text.name);
+        if (far < nearest) {
+            nearest = far;
+            hint = "; did you mean \"" + command.text.name + "\"?";
+        }
+    }
+    throw StopError(ExitWrongUse, "there is no command " + inQuotes(word) + hint + " (see kelvane --help)");
+}
+
+// The parser would take a word that is no command for an argument too many.
+const Command *commandOf(const Program &program, int argc, char **argv)
+{
+    if (argc < 2)
+        throw StopError(ExitWrongUse, "name a command, such as \"kelvane sync\" (see kelvane --help)");
+    const std::string word = argv[1];
+    const Command *command = program.commandNamed(word);
+    if (!command && !word.starts_with('-'))
+        refuseCommand(program, word);
+    return command;
+}
+
+ExitCode run(const Command &command)
+{
+    // A command need not know of --quiet: it prints, and nobody sees it.
+    if (command.output->isQuiet && !std::freopen("/dev/null", "w", stdout))
+        throw StopError(ExitCannotStart, "cannot be quiet: /dev/null: " + reasonText(errno));
+    setLogOutput(command.output->isVerbose);
+    const ExitCode code = command.run();
+    // A reader who has seen enough and left is no failure.
+    if ((std::fflush(stdout) != 0 || std::ferror(stdout)) && errno != EPIPE)
+        throw StopError(ExitSomeFailed, "cannot write to standard output: " + reasonText(errno));
+    return code;
 }
 
 } // namespace
 
-CLI::App *addCommand(CLI::App &application, const CommandText &text)
+Command addCommand(CLI::App &application, const CommandText &text)
 {
-    CLI::App *command = application.add_subcommand(text.name, text.description);
-    command->formatter(std::make_shared<HelpFormatter>(text.name + ' ' + text.usage));
-    command->footer(text.footer);
-    return command;
+    CLI::App *definition = application.add_subcommand(text.name, text.description);
+    definition->set_help_flag("-h,--help", "Show this help");
+    return {text, definition, std::make_shared<OutputOptions>(), {}};
 }
 
-void addJsonFlag(CLI::App &command, bool &isJson, const char *description)
+void addJobsOption(const Command &command, int &jobs, const std::string &description)
 {
-    command.add_flag("--json", isJson, description);
+    command.definition->add_option("-j,--jobs", jobs, description + " (default " + std::to_string(jobs) + ')')
+        ->check(CLI::Range(1, 64))
+        ->option_text("N");
 }
 
 ExitCode runCommandLine(int argc, char **argv)
 {
-    CLI::App application("Bring media files to phones and tablets, and know what is on them.", "kelvane");
-    application.formatter(std::make_shared<HelpFormatter>("COMMAND [OPTIONS] ARGUMENTS"));
-    application.set_version_flag("--version", "kelvane " KELVANE_VERSION);
-    application.require_subcommand(1);
-    application.footer("Example:\n  kelvane sync ~/Music /media/$USER/PHONE\n\n"
-                       "\"kelvane COMMAND --help\" tells more of a command.");
-    const std::vector<Command> commands = defineCommands(application);
+    Program program;
+    if (argc == 3 && std::string_view(argv[1]) == "--generate")
+        return generateFiles(program, argv[2]);
+    const Command *command = commandOf(program, argc, argv);
     try {
-        application.parse(argc, argv);
+        program.definition().parse(argc, argv);
     } catch (const CLI::Success &success) {
-        return static_cast<ExitCode>(application.exit(success));
+        return static_cast<ExitCode>(program.definition().exit(success));
     } catch (const CLI::ParseError &error) {
-        throw StopError(ExitWrongUse, printable(error.what()) + " (see kelvane --help)");
+        throw StopError(ExitWrongUse,
+            printable(error.what()) + " (see kelvane " + (command ? command->text.name + ' ' : "") + "--help)");
     }
-    setLogOutput(false);
-    for (const Command &command : commands) {
-        if (command.definition->parsed())
-            return command.run();
-    }
-    return ExitWrongUse; // not reached: a command is required
+    return command ? run(*command) : ExitWrongUse; // without a command the parser has thrown
 }
 
 } // namespace kelvane::tool

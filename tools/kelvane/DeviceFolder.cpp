@@ -36,6 +36,14 @@ void checkName(std::string_view name, const std::string &relative)
                       : " of the device: " + reasonText(errorNumber)));
 }
 
+struct statvfs spaceOf(int root)
+{
+    struct statvfs status {};
+    if (::fstatvfs(root, &status) != 0)
+        throw ItemError("the device does not answer: " + reasonText(errno));
+    return status;
+}
+
 } // namespace
 
 DeviceFolder::DeviceFolder(const std::string &path)
@@ -76,11 +84,15 @@ DeviceFolder::Place DeviceFolder::placeOf(const std::string &relative)
     return {openFolder(parentOf(relative)), std::move(name)};
 }
 
+std::uint64_t DeviceFolder::capacity() const
+{
+    const struct statvfs status = spaceOf(_root.get());
+    return std::uint64_t{status.f_blocks} * status.f_frsize;
+}
+
 std::uint64_t DeviceFolder::freeSpace() const
 {
-    struct statvfs status {};
-    if (::fstatvfs(_root.get(), &status) != 0)
-        throw ItemError("the device does not answer: " + reasonText(errno));
+    const struct statvfs status = spaceOf(_root.get());
     return std::uint64_t{status.f_bavail} * status.f_frsize;
 }
 

@@ -26,6 +26,8 @@ public:
     [[nodiscard]] const std::string &path() const { return _path; }
     [[nodiscard]] std::string absolutePath(const std::string &relative) const { return _path + '/' + relative; }
 
+    /// Bytes that it holds in all.
+    [[nodiscard]] std::uint64_t capacity() const;
     /// Bytes that are free for us.
     [[nodiscard]] std::uint64_t freeSpace() const;
     /// Fails where a folder, or one on the way to it, is a link or a file. One that is missing is fine.

@@ -77,6 +77,14 @@ bool DeviceLibrary::exists(DeviceFolder &device)
     return device.isTaken(fileName);
 }
 
+void DeviceLibrary::require(DeviceFolder &device, std::string_view verb)
+{
+    if (!exists(device))
+        throw StopError(ExitCannotStart,
+            "cannot " + std::string(verb) + ' ' + inQuotes(device.path())
+                + ": it has no library; \"kelvane sync SOURCE " + printable(device.path()) + "\" makes one");
+}
+
 void DeviceLibrary::create(DeviceFolder &device)
 {
     // Made under another name, so that the real one is complete from its first moment.

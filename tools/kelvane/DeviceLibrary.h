@@ -11,6 +11,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kelvane::tool {
@@ -49,6 +50,8 @@ public:
     static constexpr const char *fileName = ".kelvane/library.sqlite";
 
     [[nodiscard]] static bool exists(DeviceFolder &device);
+    /// Throws StopError where there is none, with what to do about it; `verb` tells what is not possible without.
+    static void require(DeviceFolder &device, std::string_view verb);
     /// Makes an empty library where there is none; the folder is there.
     static void create(DeviceFolder &device);
     /// Opens the library, which exists.

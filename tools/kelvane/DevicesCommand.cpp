@@ -176,17 +176,20 @@ ExitCode listDevices(const Options &options)
 Command defineDevicesCommand(CLI::App &application)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App *command = addCommand(application,
+    Command command = addCommand(application,
         {"devices", "List phones and tablets that are plugged in", "[OPTIONS]",
-            "A device shows as one for media transfer, for instance, once it is unlocked and its owner has allowed "
-            "it.\n\n"
-            "Example:\n  kelvane devices --watch\n\n"
-            "Exit codes: 0 done, 2 wrong use, 3 cannot start, 130 interrupted (which ends --watch)"});
-    command->add_flag(
+            {"A device shows as one for media transfer, for instance, once it is unlocked and its owner has allowed "
+             "it. Ctrl-C ends --watch, with exit code 130."},
+            {"kelvane devices --watch"}, {ExitDone, ExitWrongUse, ExitCannotStart, ExitInterrupted},
+            "Print one object a line as JSON"});
+    command.definition->add_flag(
         "-w,--watch", options->isWatching, "Go on telling of devices that come and go, until interrupted");
-    command->add_flag("-a,--all", options->showsAll, "Show all USB devices but hubs");
-    addJsonFlag(*command, options->isJson);
-    return {command, [options] { return options->isWatching ? watchDevices(*options) : listDevices(*options); }};
+    command.definition->add_flag("-a,--all", options->showsAll, "Show all USB devices but hubs");
+    command.run = [options, output = command.output] {
+        options->isJson = output->isJson;
+        return options->isWatching ? watchDevices(*options) : listDevices(*options);
+    };
+    return command;
 }
 
 } // namespace kelvane::tool

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommandLine.h"
+#include "FileBatch.h"
 #include "Interruption.h"
 #include "JsonText.h"
 #include "PhotoConversion.h"
@@ -11,7 +12,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <mutex>
 #include <sys/stat.h>
+#include <unordered_set>
 
 namespace kelvane::tool {
 namespace {
@@ -21,7 +24,22 @@ struct HeicToJpegOptions {
     std::vector<std::string> files;
     std::string folder; // for the JPEG files; empty means beside each photo
     bool overwrites = false;
-    bool isJson = false;
+    int jobs = 2;
+};
+
+/// Photos of the same name from several folders must not become one JPEG.
+class Targets {
+public:
+    void take(const std::string &target)
+    {
+        const std::lock_guard guard(_mutex);
+        if (!_taken.insert(target).second)
+            throw ItemError("another photo becomes " + inQuotes(target));
+    }
+
+private:
+    std::mutex _mutex;
+    std::unordered_set<std::string> _taken; // guarded by _mutex
 };
 
 std::string targetFor(const std::string &path, const HeicToJpegOptions &options)
@@ -46,7 +64,7 @@ void requireFree(const std::string &target, bool overwrites)
         throw ItemError(inQuotes(target) + " is no regular file");
 }
 
-std::string convert(const std::string &path, const HeicToJpegOptions &options)
+std::string convert(const std::string &path, const HeicToJpegOptions &options, Targets &targets)
 {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0)
@@ -55,34 +73,24 @@ std::string convert(const std::string &path, const HeicToJpegOptions &options)
         throw ItemError("is not a regular file");
     std::string target = targetFor(path, options);
     requireFree(target, options.overwrites);
+    targets.take(target);
     convertPhoto(path, target);
     return target;
 }
 
-ExitCode convertPhotos(const HeicToJpegOptions &options)
+ExitCode convertPhotos(const HeicToJpegOptions &options, const OutputOptions &output)
 {
     struct stat status {};
     if (!options.folder.empty() && (::stat(options.folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)))
         throw StopError(ExitCannotStart, "cannot write to " + inQuotes(options.folder) + ": it is no folder");
-    ExitCode code = ExitDone;
-    for (const std::string &path : options.files) {
-        if (Interruption::isRequested())
-            return ExitInterrupted;
-        try {
-            const std::string target = convert(path, options);
-            if (options.isJson)
-                printJsonLine(
-                    {{"path", jsonText(path)}, {"jpeg", jsonText(target)}, {"size", Utils::fileSize(target)}});
-            else
-                std::puts((printable(path) + " -> " + printable(target)).c_str());
-        } catch (const ItemError &error) {
-            code = ExitSomeFailed;
-            if (options.isJson)
-                printJsonLine({{"path", jsonText(path)}, {"error", error.what()}});
-            std::fprintf(stderr, "kelvane: cannot convert %s: %s\n", inQuotes(path).c_str(), error.what());
-        }
-    }
-    return code;
+    Targets targets;
+    const auto work = [&](const std::string &path) {
+        const std::string target = convert(path, options, targets);
+        return output.isJson
+            ? jsonLine({{"path", jsonText(path)}, {"jpeg", jsonText(target)}, {"size", Utils::fileSize(target)}})
+            : printable(path) + " -> " + printable(target) + '\n';
+    };
+    return runFileBatch({options.files, options.jobs, output, "cannot convert", work});
 }
 
 } // namespace
@@ -90,20 +98,23 @@ ExitCode convertPhotos(const HeicToJpegOptions &options)
 Command defineHeicToJpegCommand(CLI::App &application)
 {
     const auto options = std::make_shared<HeicToJpegOptions>();
-    CLI::App *command = addCommand(application,
+    Command command = addCommand(application,
         {"heic2jpg", "Convert HEIC photos to JPEG", "[OPTIONS] FILE...",
-            "Orientation, colours, date, place and camera come along.\n\n"
-            "Example:\n  kelvane heic2jpg -o ~/Pictures IMG_0042.HEIC\n\n"
-            "Exit codes: 0 done, 1 some failed, 2 wrong use, 3 cannot start, 130 interrupted"});
-    command->add_option("FILE", options->files, "Photos to convert")->required()->option_text("...");
-    command->add_option("-o,--output", options->folder, "Folder for the JPEG files (default: beside each)")
+            {"Orientation, colours, date, place and camera come along."},
+            {"kelvane heic2jpg -o ~/Pictures IMG_0042.HEIC"},
+            {ExitDone, ExitSomeFailed, ExitWrongUse, ExitCannotStart, ExitInterrupted},
+            "Print one object a line as JSON"});
+    CLI::App &definition = *command.definition;
+    definition.add_option("FILE", options->files, "Photos to convert")->required()->option_text("FILE...");
+    definition.add_option("-o,--output", options->folder, "Folder for the JPEG files (default: beside each)")
         ->option_text("DIR");
-    command->add_flag("-f,--force", options->overwrites, "Replace JPEG files that are there already");
-    addJsonFlag(*command, options->isJson);
-    return {command, [options] {
-                Interruption::install();
-                return convertPhotos(*options);
-            }};
+    definition.add_flag("-f,--force", options->overwrites, "Replace JPEG files that are there already");
+    addJobsOption(command, options->jobs, "Photos to convert at once");
+    command.run = [options, output = command.output] {
+        Interruption::install();
+        return convertPhotos(*options, *output);
+    };
+    return command;
 }
 
 } // namespace kelvane::tool

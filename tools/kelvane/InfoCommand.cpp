@@ -1,23 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "CommandLine.h"
 
-#include "FileDescriptor.h"
 #include "IndexFacts.h"
 #include "JsonText.h"
 #include "PhotoInfo.h"
+#include "SourceFile.h"
 #include "Text.h"
 
 #include <kelvane/media/Mediadata.h>
 #include <kelvane/platform/ImageSource.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <fcntl.h>
 #include <memory>
 #include <string>
-#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -48,20 +45,6 @@ constexpr Property properties[] = {PROPERTY(filePath), PROPERTY(title), PROPERTY
     PROPERTY(iTunesAccount)};
 
 #undef PROPERTY
-
-// A FIFO or a device is not opened: it could keep us for ever.
-void requireReadable(const std::string &path)
-{
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0)
-        throw ItemError(reasonText(errno));
-    if (S_ISDIR(status.st_mode))
-        throw ItemError("is a folder, not a file");
-    if (!S_ISREG(status.st_mode))
-        throw ItemError("is not a regular file");
-    if (!FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)).isOpen())
-        throw ItemError(reasonText(errno));
-}
 
 std::size_t artworkCountOf(const Mediadata &metadata)
 {
@@ -148,17 +131,15 @@ ExitCode showInfo(const std::vector<std::string> &files, bool isJson)
 
 Command defineInfoCommand(CLI::App &application)
 {
-    struct Options {
-        std::vector<std::string> files;
-        bool isJson = false;
-    };
-    const auto options = std::make_shared<Options>();
-    CLI::App *command = addCommand(application,
+    const auto files = std::make_shared<std::vector<std::string>>();
+    Command command = addCommand(application,
         {"info", "Show what is known of media files and pictures", "[OPTIONS] FILE...",
-            "Example:\n  kelvane info --json song.mp3 film.mp4"});
-    command->add_option("FILE", options->files, "Files to read")->required()->option_text("...");
-    addJsonFlag(*command, options->isJson);
-    return {command, [options] { return showInfo(options->files, options->isJson); }};
+            {"Tags, technical facts and artwork of songs and films; size, camera, day and place of photos."},
+            {"kelvane info song.mp3", "kelvane info --json *.mp4"}, {ExitDone, ExitSomeFailed, ExitWrongUse},
+            "Print one object a line as JSON"});
+    command.definition->add_option("FILE", *files, "Files to read")->required()->option_text("FILE...");
+    command.run = [files, output = command.output] { return showInfo(*files, output->isJson); };
+    return command;
 }
 
 } // namespace kelvane::tool

@@ -70,10 +70,12 @@ void JsonEvents::itemSkipped(const std::string &path, std::string_view reason)
 
 void JsonEvents::finished(const SyncSummary &summary)
 {
-    printJsonLine({{"event", "summary"}, {"added", summary.added}, {"changed", summary.changed},
-        {"deleted", summary.deleted}, {"unchanged", summary.unchanged}, {"failed", summary.failed},
-        {"ignored", summary.ignored}, {"bytes", summary.bytes}, {"seconds", summary.seconds},
-        {"interrupted", summary.isInterrupted}, {"dryRun", summary.isDryRun}});
+    const auto items = [&](SyncOutcome outcome) { return summary.items(outcome); };
+    printJsonLine(
+        {{"event", "summary"}, {"added", items(SyncOutcome::Copied)}, {"changed", items(SyncOutcome::Replaced)},
+            {"deleted", items(SyncOutcome::Removed)}, {"unchanged", items(SyncOutcome::Unchanged)},
+            {"failed", items(SyncOutcome::Failed)}, {"ignored", summary.ignored}, {"bytes", summary.bytesWritten()},
+            {"seconds", summary.seconds}, {"interrupted", summary.isInterrupted}, {"dryRun", summary.isDryRun}});
 }
 
 } // namespace kelvane::tool

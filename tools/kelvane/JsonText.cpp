@@ -70,9 +70,14 @@ Json jsonValue(const Value &value)
     }
 }
 
+std::string jsonLine(const Json &json)
+{
+    return json.dump() + '\n';
+}
+
 void printJsonLine(const Json &json)
 {
-    const std::string line = json.dump() + '\n';
+    const std::string line = jsonLine(json);
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fflush(stdout);
 }

@@ -15,6 +15,8 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] Json jsonText(std::string_view text);
 /// null for nil and absent texts; dates as ISO 8601 in UTC; whole numbers without a fraction.
 [[nodiscard]] Json jsonValue(const Value &value);
+/// The object and the end of its line.
+[[nodiscard]] std::string jsonLine(const Json &json);
 /// Writes one line to standard output, at once.
 void printJsonLine(const Json &json);
 

@@ -120,10 +120,7 @@ void printTable(const Records &records)
 ExitCode listDevice(const std::string &devicePath, bool isJson)
 {
     DeviceFolder device(devicePath);
-    if (!DeviceLibrary::exists(device))
-        throw StopError(ExitCannotStart,
-            "cannot list " + inQuotes(devicePath) + ": it has no library; \"kelvane sync SOURCE "
-                + printable(devicePath) + "\" makes one");
+    DeviceLibrary::require(device, "list");
     try {
         DeviceLibrary library(device);
         const Records records = library.records(true);
@@ -142,16 +139,15 @@ ExitCode listDevice(const std::string &devicePath, bool isJson)
 
 Command defineListCommand(CLI::App &application)
 {
-    struct Options {
-        std::string device;
-        bool isJson = false;
-    };
-    const auto options = std::make_shared<Options>();
-    CLI::App *command = addCommand(application,
-        {"list", "List the library of a device", "[OPTIONS] DEVICE", "Example:\n  kelvane list /media/$USER/PHONE"});
-    command->add_option("DEVICE", options->device, "The device's folder")->required()->option_text(" ");
-    addJsonFlag(*command, options->isJson);
-    return {command, [options] { return listDevice(options->device, options->isJson); }};
+    const auto device = std::make_shared<std::string>();
+    Command command = addCommand(application,
+        {"list", "List the library of a device", "[OPTIONS] DEVICE",
+            {"A narrow terminal is shown fewer columns. --json tells everything that the library knows."},
+            {"kelvane list /media/$USER/PHONE"}, {ExitDone, ExitWrongUse, ExitCannotStart},
+            "Print one object a line as JSON"});
+    command.definition->add_option("DEVICE", *device, "The device's folder")->required()->option_text("DEVICE");
+    command.run = [device, output = command.output] { return listDevice(*device, output->isJson); };
+    return command;
 }
 
 } // namespace kelvane::tool

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "PlainProgress.h"
 
+#include "SummaryTable.h"
+#include "Terminal.h"
 #include "Text.h"
 
 #include <cstdio>
@@ -23,7 +25,7 @@ void PlainProgress::itemFinished(const SyncItemNews &item)
 
 void PlainProgress::finished(const SyncSummary &summary)
 {
-    std::puts(summaryText(summary).c_str());
+    std::puts((summaryTable(summary, Terminal::columns()) + summaryText(summary)).c_str());
     std::fflush(stdout);
 }
 

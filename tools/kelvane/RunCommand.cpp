@@ -76,22 +76,22 @@ ExitCode runExternalCommand(const std::vector<std::string> &command, bool isJson
 
 Command defineRunCommand(CLI::App &application)
 {
-    struct Options {
-        std::vector<std::string> command;
-        bool isJson = false;
+    const auto words = std::make_shared<std::vector<std::string>>();
+    Command command = addCommand(application,
+        {"run", "Run a program and show what it wrote", "[OPTIONS] -- PROGRAM [ARGUMENT]...",
+            {"No shell is involved. The output is read when the program has ended: one that writes more than 64 KiB "
+             "waits until it is interrupted. The program's exit code is not looked at."},
+            {"kelvane run --json -- df -h /media/$USER/PHONE"},
+            {ExitDone, ExitWrongUse, ExitCannotStart, ExitInterrupted},
+            "Print output and errors apart, as one JSON object"});
+    command.definition->add_option("PROGRAM", *words, "The program and its arguments")
+        ->required()
+        ->option_text("PROGRAM...");
+    command.run = [words, output = command.output] {
+        Interruption::install();
+        return runExternalCommand(*words, output->isJson);
     };
-    const auto options = std::make_shared<Options>();
-    CLI::App *command = addCommand(application,
-        {"run", "Run a program and show what it wrote", "[OPTIONS] -- COMMAND...",
-            "No shell is involved. The output is read when the program has ended: one that writes more than\n"
-            "64 KiB waits until it is interrupted. The program's exit code is not looked at.\n\n"
-            "Example:\n  kelvane run --json -- df -h /media/$USER/PHONE"});
-    command->add_option("COMMAND", options->command, "The program and its arguments")->required()->option_text("...");
-    addJsonFlag(*command, options->isJson, "Print output and errors apart, as one JSON object");
-    return {command, [options] {
-                Interruption::install();
-                return runExternalCommand(options->command, options->isJson);
-            }};
+    return command;
 }
 
 } // namespace kelvane::tool

@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace kelvane::tool {
 
@@ -31,6 +32,19 @@ const MediaFormat &formatOfFile(const SourceFile &file)
     if (mayHaveTags && AudioMetadata::CreateMetadataForURL(file.path))
         return *file.byExtension;
     throw ItemError("its content is no audio, video or image");
+}
+
+void requireReadable(const std::string &path)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0)
+        throw ItemError(reasonText(errno));
+    if (S_ISDIR(status.st_mode))
+        throw ItemError("is a folder, not a file");
+    if (!S_ISREG(status.st_mode))
+        throw ItemError("is not a regular file");
+    if (!FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)).isOpen())
+        throw ItemError(reasonText(errno));
 }
 
 } // namespace kelvane::tool

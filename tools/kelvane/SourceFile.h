@@ -20,4 +20,7 @@ struct SourceFile {
 /// the file cannot be read, is empty, or holds no media.
 [[nodiscard]] const MediaFormat &formatOfFile(const SourceFile &file);
 
+/// Throws ItemError where the file cannot be read. A FIFO or a device is none: it could keep a reader for ever.
+void requireReadable(const std::string &path);
+
 } // namespace kelvane::tool

@@ -20,7 +20,6 @@ public:
 private:
     [[nodiscard]] SyncSummary dryRun(DeviceFolder &device);
     [[nodiscard]] SyncSummary sync(DeviceFolder &device);
-    void prepare(DeviceFolder &device);
 
     const SyncOptions _options;
     const std::unique_ptr<SyncView> _view;

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "CommandLine.h"
+#include "SpaceBudget.h"
+
 #include <string>
 #include <vector>
 
@@ -15,9 +18,8 @@ struct SyncOptions {
     bool deletesVanished = false;
     bool verifies = false;
     bool keepsHeic = false;
-    bool isQuiet = false;
-    bool isVerbose = false;
-    bool isJson = false;
+    SpaceReserve reserve; // what stays free on the device
+    OutputOptions output;
 };
 
 } // namespace kelvane::tool

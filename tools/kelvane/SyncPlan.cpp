@@ -92,7 +92,7 @@ void SyncPlan::takeUnchanged(const std::shared_ptr<SyncRecord> &known)
     const std::shared_ptr<SyncItem> item = committedItem(known);
     if (_options.verifies && !_options.isDryRun)
         return _pending.push_back(item);
-    ++_settled.unchanged;
+    _settled.count(SyncOutcome::Unchanged, known->devicePath, known->deviceStamp.size);
     _view.itemSkipped(known->source, "unchanged");
 }
 
@@ -141,7 +141,7 @@ std::shared_ptr<SyncItem> SyncPlan::committedItem(const std::shared_ptr<SyncReco
 
 void SyncPlan::fail(const std::string &path, std::string_view what, const std::string &reason)
 {
-    ++_settled.failed;
+    _settled.count(SyncOutcome::Failed, path, 0);
     _view.itemFailed(path, what, reason);
 }
 

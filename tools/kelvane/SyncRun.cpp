@@ -5,6 +5,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace kelvane::tool {
 namespace {
@@ -13,6 +14,21 @@ std::string_view nameOfAction(std::uint64_t action)
 {
     constexpr std::string_view names[] = {"verify", "add", "delete", "change"};
     return names[std::min<std::uint64_t>(action, 3)];
+}
+
+// What was committed of an item in this state.
+std::optional<SyncOutcome> outcomeOf(DataItemState state)
+{
+    switch (state) {
+    case DataItemState::Added:
+        return SyncOutcome::Copied;
+    case DataItemState::Modified:
+        return SyncOutcome::Replaced;
+    case DataItemState::Deleted:
+        return SyncOutcome::Removed;
+    default:
+        return std::nullopt;
+    }
 }
 
 } // namespace
@@ -29,7 +45,7 @@ SyncRun::SyncRun(SyncPlan &plan, std::shared_ptr<SyncWork> work, SyncView &view,
 
 void SyncRun::run()
 {
-    const DataItemList::Watcher watcher = [this](const DataItemChangeEventArgs &args) { committed(args.state()); };
+    const DataItemList::Watcher watcher = [this](const DataItemChangeEventArgs &args) { committed(args); };
     _list->addItemCommitedWatcher(watcher);
     Interruption::whenRequested([this] {
         const std::lock_guard guard(_mutex);
@@ -141,15 +157,15 @@ void SyncRun::asyncTaskStepEvent(IAsyncTask &task, const std::shared_ptr<IAsyncT
 }
 
 // On the thread of the item's task, before that tells of its completion.
-void SyncRun::committed(DataItemState state)
+void SyncRun::committed(const DataItemChangeEventArgs &args)
 {
+    const auto item = std::dynamic_pointer_cast<SyncItem>(args.item());
+    const std::optional<SyncOutcome> outcome = outcomeOf(args.state());
+    if (!item || !outcome)
+        return;
+    const std::shared_ptr<SyncRecord> record = item->record();
     const std::lock_guard guard(_mutex);
-    if (state == DataItemState::Added)
-        ++_summary.added;
-    else if (state == DataItemState::Modified)
-        ++_summary.changed;
-    else if (state == DataItemState::Deleted)
-        ++_summary.deleted;
+    _summary.count(*outcome, record->devicePath, record->deviceStamp.size);
 }
 
 void SyncRun::syncItemDidCompleted(IAsyncTask &task, const std::shared_ptr<SyncCompletedNotification> &notification)
@@ -180,12 +196,10 @@ void SyncRun::settle(Running &running, const SyncCompletedNotification &notifica
             news.what = "change";
         news.devicePath = record->devicePath;
         if (news.what == "verify")
-            ++_summary.unchanged;
-        else if (news.what != "delete")
-            _summary.bytes += static_cast<std::uint64_t>(news.bytes);
+            _summary.count(SyncOutcome::Unchanged, record->devicePath, record->deviceStamp.size);
         _view.itemFinished(news);
     } else if (!running.task->isCancelled()) {
-        ++_summary.failed;
+        _summary.count(SyncOutcome::Failed, news.path, news.bytes);
         const String reason = notification.errorText();
         _view.itemFailed(news.path, verb(news.what), reason.isNull() ? "it failed" : printable(reason.view()));
     }

@@ -50,7 +50,7 @@ private:
     void handNextItemTo(const std::shared_ptr<MultiAsyncTask> &lane);
     void waitForLanes();
     void cancelAll();
-    void committed(DataItemState state);
+    void committed(const DataItemChangeEventArgs &args);
     void settle(Running &running, const SyncCompletedNotification &notification);
 
     const SyncPlan::Items &_pending;

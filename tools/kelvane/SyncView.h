@@ -52,9 +52,6 @@ protected:
     virtual void drawAgain() {}
 };
 
-/// "3 copied, 1 replaced, 8 unchanged; 12.3 MB in 0.41 s (30.0 MB/s)": the closing words of the views for people.
-[[nodiscard]] std::string summaryText(const SyncSummary &summary);
-
 /// "copy", "replace", "remove", "verify".
 [[nodiscard]] std::string_view verb(std::string_view what);
 /// "copied", "replaced", "removed", "verified".

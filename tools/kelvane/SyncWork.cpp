@@ -26,15 +26,6 @@ void enterStep(AsyncTaskIOS &task, const char *name)
     task.onStepChanged(std::make_shared<AsyncTaskStepEvent>(self, name, 0, nullptr));
 }
 
-// A copy that cannot end well would only take the room of the smaller ones beside it.
-void requireSpace(const DeviceFolder &device, const SyncRecord &record)
-{
-    const std::uint64_t free = device.freeSpace();
-    const auto needed = static_cast<std::uint64_t>(record.sourceStamp.size);
-    if (needed > free)
-        throw ItemError("no space left on the device (needs " + bytesText(needed) + ", " + bytesText(free) + " free)");
-}
-
 void requireRunning(const AsyncTaskIOS &task)
 {
     if (task.isCancelled())
@@ -91,6 +82,8 @@ void SyncWork::copyItem(AsyncTaskIOS &task, SyncItem &item)
     enterStep(task, "copy");
     requireRunning(task);
     const std::string staged = std::string(DeviceRepair::incomingFolder) + '/' + std::to_string(++_stagedCount);
+    // A copy that cannot end well would only take the room of the smaller ones beside it.
+    const SpaceBudget::Claim room(_budget, record.sourceStamp.size);
     try {
         if (record.isConverted)
             convertFile(task, record, staged);
@@ -111,7 +104,6 @@ void SyncWork::copyItem(AsyncTaskIOS &task, SyncItem &item)
 
 void SyncWork::copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged)
 {
-    requireSpace(_device, record);
     const auto progress = std::make_shared<CopyProgress>(task);
     const auto copier = std::make_shared<FastFileCopyer>();
     copier->setDelegate(progress);
@@ -136,7 +128,6 @@ void SyncWork::copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std:
 
 void SyncWork::convertFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged)
 {
-    requireSpace(_device, record);
     convertPhoto(record.source, _device.absolutePath(staged));
     requireUnchanged(record);
     // As a copy does, it keeps the day of the photo, and is on the disk before it gets its name.

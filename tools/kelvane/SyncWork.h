@@ -3,6 +3,7 @@
 
 #include "ArtworkStore.h"
 #include "DeviceRepair.h"
+#include "SpaceBudget.h"
 #include "TargetNames.h"
 
 #include <kelvane/common/AsyncTaskIOS.h>
@@ -20,12 +21,13 @@ namespace kelvane::tool {
 /// Threads: any number of tasks at once.
 class SyncWork {
 public:
-    SyncWork(DeviceFolder &device, DeviceLibrary &library, TargetNames &names, bool verifies)
+    SyncWork(DeviceFolder &device, DeviceLibrary &library, TargetNames &names, SpaceBudget &budget, bool verifies)
         : _device(device),
           _library(library),
           _repair(device, library),
           _artwork(device, library),
           _names(names),
+          _budget(budget),
           _verifies(verifies)
     {
     }
@@ -48,6 +50,7 @@ private:
     DeviceRepair _repair;
     ArtworkStore _artwork;
     TargetNames &_names;
+    SpaceBudget &_budget;
     const bool _verifies;
     std::atomic<std::uint64_t> _stagedCount{0};
 };

@@ -33,4 +33,11 @@ std::size_t columns()
     return asked > 0 && asked < 100000 ? std::max(static_cast<std::size_t>(asked), smallest) : usual;
 }
 
+std::size_t rows()
+{
+    winsize size{};
+    const bool isKnown = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0;
+    return isKnown ? std::max<std::size_t>(size.ws_row, 2) : 24;
+}
+
 } // namespace kelvane::tool::Terminal

@@ -13,6 +13,8 @@ namespace Terminal {
 [[nodiscard]] bool hasColours();
 /// Its width at this moment; $COLUMNS, or else 80, where there is none.
 [[nodiscard]] std::size_t columns();
+/// Its height at this moment, at least 2; 24 where there is none.
+[[nodiscard]] std::size_t rows();
 
 } // namespace Terminal
 } // namespace kelvane::tool

@@ -2,6 +2,7 @@
 #include "Text.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cwchar>
 #include <filesystem>
@@ -173,6 +174,25 @@ std::string durationText(std::uint64_t seconds)
         std::snprintf(text.data(), text.size(), "%llu:%02llu:%02llu", number(seconds / 3600), number(seconds / 60 % 60),
             number(seconds % 60));
     return text.data();
+}
+
+std::string secondsText(double seconds)
+{
+    if (seconds >= 59.5)
+        return durationText(static_cast<std::uint64_t>(std::llround(seconds)));
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), seconds < 0.995 ? "%.2f s" : seconds < 9.95 ? "%.1f s" : "%.0f s", seconds);
+    return text.data();
+}
+
+std::string amountText(std::uint64_t bytes, double seconds)
+{
+    if (bytes == 0)
+        return secondsText(seconds);
+    std::string text = bytesText(bytes) + " in " + secondsText(seconds);
+    if (seconds > 0)
+        text += " (" + bytesText(static_cast<std::uint64_t>(static_cast<double>(bytes) / seconds)) + "/s)";
+    return text;
 }
 
 std::string countText(std::uint64_t count, std::string_view singular)

@@ -28,6 +28,10 @@ namespace kelvane::tool {
 [[nodiscard]] std::string bytesText(std::uint64_t bytes);
 /// "3:07" or "1:02:03".
 [[nodiscard]] std::string durationText(std::uint64_t seconds);
+/// "0.41 s", "12 s", "3:07".
+[[nodiscard]] std::string secondsText(double seconds);
+/// "12.3 MB in 0.41 s (30.0 MB/s)", or the time alone where there are no bytes.
+[[nodiscard]] std::string amountText(std::uint64_t bytes, double seconds);
 /// "1 item", "2 items".
 [[nodiscard]] std::string countText(std::uint64_t count, std::string_view singular);
 /// What errno says, in words.

@@ -113,18 +113,17 @@ ExitCode showTypes(const std::vector<std::string> &names, bool isJson)
 
 Command defineTypesCommand(CLI::App &application)
 {
-    struct Options {
-        std::vector<std::string> names;
-        bool isJson = false;
-    };
-    const auto options = std::make_shared<Options>();
-    CLI::App *command = addCommand(application,
+    const auto names = std::make_shared<std::vector<std::string>>();
+    Command command = addCommand(application,
         {"types", "Tell MIME types, identifiers and kinds of files", "[OPTIONS] EXT|MIME...",
-            "What no type declares has a dynamic identifier (dyn.a...).\n\n"
-            "Example:\n  kelvane types mp3 .heic application/epub+zip"});
-    command->add_option("NAME", options->names, "File name extensions and MIME types")->required()->option_text("...");
-    addJsonFlag(*command, options->isJson);
-    return {command, [options] { return showTypes(options->names, options->isJson); }};
+            {"What no type declares has a dynamic identifier (dyn.a...)."},
+            {"kelvane types mp3 .heic application/epub+zip"}, {ExitDone, ExitSomeFailed, ExitWrongUse},
+            "Print one object a line as JSON"});
+    command.definition->add_option("NAME", *names, "File name extensions and MIME types")
+        ->required()
+        ->option_text("EXT|MIME...");
+    command.run = [names, output = command.output] { return showTypes(*names, output->isJson); };
+    return command;
 }
 
 } // namespace kelvane::tool
