@@ -37,6 +37,8 @@ public:
     /// Asks the index for the file's properties, once: does nothing without a `filePath`, and once it has got some.
     /// May run a system tool and wait for it.
     void loadMediaData();
+    /// What loadMediaData() got, by the index's keys; null before, and where there is no index.
+    [[nodiscard]] const Dictionary &loadedIndex() const noexcept { return _infoDic; }
 
     /// The tag reader, or null. What the setters below changed reaches the file by its WriteMetadata().
     [[nodiscard]] AudioMetadata *audioMetadata() const noexcept { return _mediaRef.get(); }

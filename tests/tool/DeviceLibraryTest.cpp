@@ -109,6 +109,16 @@ TEST_F(DeviceLibrary, ThatWouldAnswerWithoutEndIsRefusedAndLeftAlone)
     expectRefused(foreign);
 }
 
+TEST_F(DeviceLibrary, ThatSomebodyLetSqliteAnalyseIsReadAsBefore)
+{
+    addSongs(2);
+    sync();
+    execute("ANALYZE");
+    const ToolResult again = sync();
+    EXPECT_EQ(again.code, 0);
+    EXPECT_THAT(again.errorLines(), SizeIs(0)) << again.errors;
+}
+
 TEST_F(DeviceLibrary, ThatIsALinkOrAFolderIsRefused)
 {
     fs::create_directory(device(".kelvane"));

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "IndexFacts.h"
 
-#include <kelvane/platform/FileMetadataIndex.h>
-
 namespace kelvane::tool {
 namespace {
 
@@ -23,12 +21,11 @@ constexpr Named named[] = {
 
 } // namespace
 
-std::vector<Fact> indexFacts(const std::string &path)
+std::vector<Fact> indexFacts(const Dictionary &index)
 {
-    const Dictionary properties = FileMetadataIndex::propertiesOfFile(path);
     std::vector<Fact> facts;
     for (const Named &each : named)
-        if (const Value &value = properties[each.key]; !value.isNil())
+        if (const Value &value = index[each.key]; !value.isNil())
             facts.push_back({each.name, value});
     return facts;
 }

@@ -3,7 +3,6 @@
 
 #include <kelvane/foundation/Value.h>
 
-#include <string>
 #include <vector>
 
 namespace kelvane::tool {
@@ -14,6 +13,6 @@ struct Fact {
 };
 
 /// What the file-metadata index knows of a file beside the properties of Mediadata; what it does not know is left out.
-[[nodiscard]] std::vector<Fact> indexFacts(const std::string &path);
+[[nodiscard]] std::vector<Fact> indexFacts(const Dictionary &index);
 
 } // namespace kelvane::tool

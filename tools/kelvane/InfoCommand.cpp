@@ -4,6 +4,7 @@
 #include "IndexFacts.h"
 #include "JsonText.h"
 #include "PhotoInfo.h"
+#include "SideBySide.h"
 #include "SourceFile.h"
 #include "Text.h"
 
@@ -15,6 +16,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -52,7 +54,7 @@ std::size_t artworkCountOf(const Mediadata &metadata)
     return tags ? tags->GetAttachedPictures().size() : 0;
 }
 
-void printJson(const std::string &path, const Mediadata &metadata)
+Json mediaJson(const std::string &path, const Mediadata &metadata)
 {
     const std::size_t artworkCount = artworkCountOf(metadata);
     Json json{{"path", jsonText(path)}};
@@ -60,9 +62,9 @@ void printJson(const std::string &path, const Mediadata &metadata)
         json[property.name] = jsonValue(property.read(metadata));
     json["isExistArtwork"] = artworkCount > 0;
     json["artworkCount"] = artworkCount;
-    for (const Fact &fact : indexFacts(path))
+    for (const Fact &fact : indexFacts(metadata.loadedIndex()))
         json[fact.name] = jsonValue(fact.value);
-    printJsonLine(json);
+    return json;
 }
 
 std::string readable(const Value &value)
@@ -78,51 +80,68 @@ std::string readable(const Value &value)
     return printable(value.stringValue().view());
 }
 
-void printListing(const std::string &path, const Mediadata &metadata)
+std::string mediaListing(const std::string &path, const Mediadata &metadata)
 {
     constexpr std::size_t nameWidth = 18;
-    std::puts(printable(path).c_str());
-    const auto print = [](const char *name, const std::string &text) {
+    std::string listing = printable(path) + '\n';
+    const auto add = [&listing](const char *name, const std::string &text) {
         if (!text.empty())
-            std::puts(("  " + fitted(name, nameWidth) + text).c_str());
+            listing += "  " + fitted(name, nameWidth) + text + '\n';
     };
     for (const Property &property : properties)
-        print(property.name, readable(property.read(metadata)));
-    print("artworkCount", std::to_string(artworkCountOf(metadata)));
-    for (const Fact &fact : indexFacts(path))
-        print(fact.name, readable(fact.value));
+        add(property.name, readable(property.read(metadata)));
+    add("artworkCount", std::to_string(artworkCountOf(metadata)));
+    for (const Fact &fact : indexFacts(metadata.loadedIndex()))
+        add(fact.name, readable(fact.value));
+    return listing;
 }
 
-void showFile(const std::string &path, bool isJson)
+std::string describe(const std::string &path, bool isJson)
 {
     requireReadable(path);
-    if (const auto photo = openPhoto(path)) {
-        isJson ? printPhotoJson(path, *photo) : printPhotoListing(path, *photo);
-        return;
-    }
+    if (const auto photo = openPhoto(path))
+        return isJson ? jsonLine(photoJson(path, *photo)) : photoListing(path, *photo);
     Mediadata metadata(AudioMetadata::CreateMetadataForURL(path));
     metadata.setFilePath(path);
     metadata.loadMediaData();
-    if (isJson)
-        printJson(path, metadata);
-    else
-        printListing(path, metadata);
+    return isJson ? jsonLine(mediaJson(path, metadata)) : mediaListing(path, metadata);
 }
 
+struct Answer {
+    std::string text;
+    std::string error;
+};
+
+Answer answerFor(const std::string &path, bool isJson)
+{
+    try {
+        return {describe(path, isJson), {}};
+    } catch (const ItemError &error) {
+        return {isJson ? jsonLine({{"path", jsonText(path)}, {"error", error.what()}}) : std::string(), error.what()};
+    }
+}
+
+// Files are read side by side, some at a time so that the first lines come soon, and told in the order of the arguments.
 ExitCode showInfo(const std::vector<std::string> &files, bool isJson)
 {
+    constexpr std::size_t filesAtATime = 128;
+    const int jobs = static_cast<int>(std::max(std::thread::hardware_concurrency(), 1U));
     ExitCode code = ExitDone;
-    for (const std::string &path : files) {
-        try {
-            if (!isJson && &path != &files.front())
+    for (std::size_t first = 0; first < files.size(); first += filesAtATime) {
+        std::vector<Answer> answers(std::min(filesAtATime, files.size() - first));
+        runSideBySide(answers.size(), jobs, [&](std::size_t i) { answers[i] = answerFor(files[first + i], isJson); });
+        for (std::size_t i = 0; i < answers.size(); ++i) {
+            if (!isJson && first + i > 0)
                 std::puts("");
-            showFile(path, isJson);
-        } catch (const ItemError &error) {
+            std::fwrite(answers[i].text.data(), 1, answers[i].text.size(), stdout);
+            if (answers[i].error.empty())
+                continue;
             code = ExitSomeFailed;
-            if (isJson)
-                printJsonLine({{"path", jsonText(path)}, {"error", error.what()}});
-            std::fprintf(stderr, "kelvane: cannot read %s: %s\n", inQuotes(path).c_str(), error.what());
+            std::fflush(stdout);
+            std::fprintf(
+                stderr, "kelvane: cannot read %s: %s\n", inQuotes(files[first + i]).c_str(), answers[i].error.c_str());
         }
+        std::fflush(stdout);
     }
     return code;
 }

@@ -6,8 +6,6 @@
 #include <kelvane/common/Utils.h>
 #include <kelvane/platform/ImageSource.h>
 
-#include <cstdio>
-
 namespace kelvane::tool {
 namespace {
 
@@ -32,10 +30,10 @@ Json jsonOf(const Value &value)
     return jsonValue(value);
 }
 
-void printLine(const std::string &name, const std::string &text)
+void addLine(std::string &listing, const std::string &name, const std::string &text)
 {
     if (!text.empty())
-        std::puts(("  " + fitted(printable(name), nameWidth) + printable(text)).c_str());
+        listing += "  " + fitted(printable(name), nameWidth) + printable(text) + '\n';
 }
 
 std::string textOf(const Value &value)
@@ -49,11 +47,11 @@ std::string textOf(const Value &value)
     return text;
 }
 
-void printList(const Dictionary &list)
+void addLines(std::string &listing, const Dictionary &list)
 {
     for (std::size_t i = 0; i < list.size(); ++i)
         if (!list.valueAt(i).getIf<Data>())
-            printLine(list.keyAt(i).str(), textOf(list.valueAt(i)));
+            addLine(listing, list.keyAt(i).str(), textOf(list.valueAt(i)));
 }
 
 } // namespace
@@ -63,7 +61,7 @@ std::unique_ptr<ImageSource> openPhoto(const std::string &path)
     return ImageSource::open(path);
 }
 
-void printPhotoJson(const std::string &path, const ImageSource &photo)
+Json photoJson(const std::string &path, const ImageSource &photo)
 {
     Json json{{"path", jsonText(path)}};
     json["type"] = jsonText(photo.typeIdentifier().view());
@@ -73,24 +71,25 @@ void printPhotoJson(const std::string &path, const ImageSource &photo)
     json["fileSize"] = Utils::fileSize(path);
     json["captureDate"] = jsonValue(Utils::photoExifCreateDate(path));
     json["properties"] = jsonOf(photo.properties());
-    printJsonLine(json);
+    return json;
 }
 
-void printPhotoListing(const std::string &path, const ImageSource &photo)
+std::string photoListing(const std::string &path, const ImageSource &photo)
 {
-    std::puts(printable(path).c_str());
-    printLine("type", photo.typeIdentifier().str());
-    printLine("size",
+    std::string listing = printable(path) + '\n';
+    addLine(listing, "type", photo.typeIdentifier().str());
+    addLine(listing, "size",
         std::to_string(static_cast<std::int64_t>(photo.pixelSize().width)) + " x "
             + std::to_string(static_cast<std::int64_t>(photo.pixelSize().height)));
-    printLine("orientation", std::to_string(photo.orientation()));
-    printLine("fileSize", bytesText(Utils::getSizeFromPath(path)));
+    addLine(listing, "orientation", std::to_string(photo.orientation()));
+    addLine(listing, "fileSize", bytesText(Utils::getSizeFromPath(path)));
     const Date captureDate = Utils::photoExifCreateDate(path);
-    printLine("captureDate", captureDate.isNull() ? std::string() : captureDate.toIso8601().str());
+    addLine(listing, "captureDate", captureDate.isNull() ? std::string() : captureDate.toIso8601().str());
     const Dictionary all = photo.properties();
-    printLine("profile", all["ProfileName"].stringValue().str());
+    addLine(listing, "profile", all["ProfileName"].stringValue().str());
     for (const char *list : {"{TIFF}", "{Exif}", "{GPS}"})
-        printList(all[list].dictionary());
+        addLines(listing, all[list].dictionary());
+    return listing;
 }
 
 } // namespace kelvane::tool

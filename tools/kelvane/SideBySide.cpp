@@ -11,9 +11,12 @@
 
 namespace kelvane::tool {
 
-void runSideBySide(std::size_t count, int jobs, WorkProgress &progress, const std::function<void(std::size_t)> &work)
+namespace {
+
+// `wait` waits for one task.
+void run(std::size_t count, int jobs, const std::function<void(std::size_t)> &work,
+    const std::function<void(AsyncTaskIOS &)> &wait)
 {
-    constexpr std::int32_t tickIntervalMs = 100;
     std::atomic<std::size_t> next{0};
     std::vector<std::shared_ptr<AsyncTaskIOS>> tasks;
     const std::size_t lanes = std::min(static_cast<std::size_t>(std::max(jobs, 1)), count);
@@ -26,8 +29,25 @@ void runSideBySide(std::size_t count, int jobs, WorkProgress &progress, const st
         tasks.back()->startTask();
     }
     for (const auto &task : tasks)
-        while (!task->waitDone(tickIntervalMs) && !task->isCompleted())
+        wait(*task);
+}
+
+} // namespace
+
+void runSideBySide(std::size_t count, int jobs, WorkProgress &progress, const std::function<void(std::size_t)> &work)
+{
+    run(count, jobs, work, [&progress](AsyncTaskIOS &task) {
+        constexpr std::int32_t tickIntervalMs = 100;
+        while (!task.waitDone(tickIntervalMs) && !task.isCompleted())
             progress.tick();
+    });
+}
+
+void runSideBySide(std::size_t count, int jobs, const std::function<void(std::size_t)> &work)
+{
+    if (count == 1)
+        return work(0);
+    run(count, jobs, work, [](AsyncTaskIOS &task) { (void)task.waitDone(); });
 }
 
 } // namespace kelvane::tool

@@ -11,5 +11,7 @@ namespace kelvane::tool {
 /// when all are done. The calling thread keeps `progress` moving. Once the user has interrupted, nothing more is begun.
 /// `work` must not throw.
 void runSideBySide(std::size_t count, int jobs, WorkProgress &progress, const std::function<void(std::size_t)> &work);
+/// The same for short work, which shows no progress.
+void runSideBySide(std::size_t count, int jobs, const std::function<void(std::size_t)> &work);
 
 } // namespace kelvane::tool
