@@ -69,7 +69,10 @@ private:
         TagFile file(path);
         (void)file.isExistArtwork();
         (void)localMediaRecord(*file.simpleMediadata());
-        (void)file.saveLyrics("La la");
+    }
+    static void writeTags(const String &path)
+    {
+        (void)TagFile(path).saveLyrics("La la");
     }
     static void readIndex(const String &path)
     {
@@ -89,7 +92,7 @@ private:
         (void)HeicConverter::convertHeicToJPG(path, String::concat({path.view(), ".out.jpg"}));
     }
 
-    static constexpr Step steps[] = {readTags, readIndex, showPicture, showThumbnail, convert};
+    static constexpr Step steps[] = {readTags, writeTags, readIndex, showPicture, showThumbnail, convert};
 
     void expectStepsBounded(const std::filesystem::path &path, const std::string &what, std::span<const Step> chosen)
     {
