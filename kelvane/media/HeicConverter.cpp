@@ -133,6 +133,12 @@ bool HeicConverter::convertHeicToJPG(const String &heicPath, const String &dstPa
     return Utils::fileExsit(dstPath);
 }
 
+bool HeicConverter::hasDecoder()
+{
+    DecoderLibrary &library = DecoderLibrary::shared();
+    return library.load() == DecoderLibrary::State::loaded && library.functions();
+}
+
 void HeicConverter::freeDylib() noexcept
 {
     DecoderLibrary::shared().close();

@@ -40,6 +40,10 @@ public:
     /// could not be written. Callers remove what was there first if they need to know.
     static bool convertHeicToJPG(const String &heicPath, const String &dstPath);
 
+    /// Whether the decoder module is there; it is loaded for that. Without it every conversion fails, for which an
+    /// application may give its user the reason.
+    [[nodiscard]] static bool hasDecoder();
+
     /// Closes the decoder module if it was loaded. For the end of the process: once, and after the last conversion.
     /// Intended: the handle is kept as it is, and a conversion afterwards would use a closed module.
     static void freeDylib() noexcept;

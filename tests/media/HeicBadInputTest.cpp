@@ -48,30 +48,32 @@ protected:
 TEST_F(HeicBadInput, GridsThatNameTilesThatAreNotThere)
 {
     const HeifItem item = tile(256);
-    expectBytesBounded("a.heic", grid(1, 2, 512, 256, {item}, {2, 3}), "a missing tile");
-    expectBytesBounded("a.heic", grid(1, 2, 512, 256, {item}, {2, 1}), "itself");
-    expectBytesBounded("a.heic", grid(256, 256, 8192, 6144, {item}, Tiles(65535, 900)), "none but missing tiles");
-    expectBytesBounded("a.heic", grid(256, 256, 65536, 65536, {item}, Tiles(60000, 2)), "too few");
-    expectBytesBounded("a.heic", grid(256, 256, 65536, 65536, {}, {}), "none");
+    expectEachBytesBounded("a.heic", grid(1, 2, 512, 256, {item}, {2, 3}), "a missing tile");
+    expectEachBytesBounded("a.heic", grid(1, 2, 512, 256, {item}, {2, 1}), "itself");
+    expectEachBytesBounded("a.heic", grid(256, 256, 8192, 6144, {item}, Tiles(65535, 900)), "none but missing tiles");
+    expectEachBytesBounded("a.heic", grid(256, 256, 65536, 65536, {item}, Tiles(60000, 2)), "too few");
+    expectEachBytesBounded("a.heic", grid(256, 256, 65536, 65536, {}, {}), "none");
 }
 
 TEST_F(HeicBadInput, GridsThatLieAboutSizes)
 {
     const HeifItem item = tile(256);
     for (const std::uint32_t edge : {60000U, 65536U, 0x7fffffffU, 0x80000000U, 0xffffffffU})
-        expectBytesBounded("a.heic", grid(1, 2, edge, edge, {item}, {2, 2}), "picture of " + std::to_string(edge));
-    expectBytesBounded("a.heic", grid(1, 2, 8192, 6144, {sized(item, 4096, 6144)}, {2, 2}), "tiles that are smaller");
-    expectBytesBounded("a.heic", grid(1, 2, 512, 256, {sized(item, 60000, 60000)}, {2, 2}), "tiles that are larger");
-    expectBytesBounded("a.heic", grid(192, 256, 8192, 6144, {sized(item, 32, 32)}, Tiles(192 * 256, 2)), "many");
+        expectEachBytesBounded("a.heic", grid(1, 2, edge, edge, {item}, {2, 2}), "picture of " + std::to_string(edge));
+    expectEachBytesBounded(
+        "a.heic", grid(1, 2, 8192, 6144, {sized(item, 4096, 6144)}, {2, 2}), "tiles that are smaller");
+    expectEachBytesBounded(
+        "a.heic", grid(1, 2, 512, 256, {sized(item, 60000, 60000)}, {2, 2}), "tiles that are larger");
+    expectEachBytesBounded("a.heic", grid(192, 256, 8192, 6144, {sized(item, 32, 32)}, Tiles(192 * 256, 2)), "many");
 }
 
 TEST_F(HeicBadInput, GridsOfThousandsOfTinyTiles)
 {
     const HeifItem item = tile(64);
-    expectBytesBounded("a.heic", grid(96, 128, 8192, 6144, {item}, Tiles(std::size_t{96} * 128, 2)), "64 x 64");
-    expectBytesBounded(
+    expectEachBytesBounded("a.heic", grid(96, 128, 8192, 6144, {item}, Tiles(std::size_t{96} * 128, 2)), "64 x 64");
+    expectEachBytesBounded(
         "a.heic", grid(192, 256, 8192, 6144, {sized(item, 32, 32)}, Tiles(std::size_t{192} * 256, 2)), "32 x 32");
-    expectBytesBounded(
+    expectEachBytesBounded(
         "a.heic", grid(256, 255, 2040, 2048, {sized(item, 8, 8)}, Tiles(std::size_t{256} * 255, 2)), "8 x 8");
 }
 
@@ -82,7 +84,7 @@ TEST_F(HeicBadInput, GridsOfTilesThatAreHardToFind)
     items.insert(items.begin(), HeifItem{"grid", gridContent(32, 32, 2048, 2048), {sizeBox(2048, 2048)}});
     items.push_back(tile(64));
     const auto last = static_cast<std::uint16_t>(items.size());
-    expectBytesBounded("a.heic", heifFile(items, {{"dimg", 1, Tiles(std::size_t{32} * 32, last)}}));
+    expectEachBytesBounded("a.heic", heifFile(items, {{"dimg", 1, Tiles(std::size_t{32} * 32, last)}}));
 }
 
 TEST_F(HeicBadInput, GridsOfPaddedFiles)
@@ -94,7 +96,7 @@ TEST_F(HeicBadInput, GridsOfPaddedFiles)
         const auto path = folder.path("a.heic");
         writeFile(path, grid(edge, edge, size, size, {item}, Tiles(static_cast<std::size_t>(edge) * edge, 2)));
         std::filesystem::resize_file(path, 64U << 20);
-        expectBounded(path, std::to_string(size));
+        expectEachBounded(path, std::to_string(size));
     }
 }
 
@@ -119,7 +121,7 @@ TEST_F(HeicBadInput, ContentOfManyPiecesThatAreTheSame)
     grow(file.find("meta") - 4);
     grow(file.find("iloc") - 4);
     file.replace(at + 4, 10, bigEndian(1000, 2) + extents);
-    expectBytesBounded("a.heic", file);
+    expectEachBytesBounded("a.heic", file);
 }
 
 TEST_F(HeicBadInput, SinglePicturesThatLieAboutTheirSize)
@@ -127,7 +129,7 @@ TEST_F(HeicBadInput, SinglePicturesThatLieAboutTheirSize)
     const HeifItem item = tile(256);
     for (const auto &[width, height] : {std::pair(60000U, 60000U), std::pair(8192U, 6144U), std::pair(0xffffffffU, 1U),
              std::pair(0x80000000U, 0x80000000U), std::pair(50'331'648U, 1U)})
-        expectBytesBounded(
+        expectEachBytesBounded(
             "a.heic", heifFile({sized(item, width, height)}), std::to_string(width) + " x " + std::to_string(height));
 }
 
@@ -141,10 +143,10 @@ TEST_F(HeicBadInput, PicturesPutTogetherOfThemselves)
         references.push_back({"dimg", i, Tiles(1000, static_cast<std::uint16_t>(i + 1))});
     }
     items.push_back(item);
-    expectBytesBounded("a.heic", heifFile(items, references), "30 deep, 1000 wide");
+    expectEachBytesBounded("a.heic", heifFile(items, references), "30 deep, 1000 wide");
     const std::string overlay =
         bigEndian(0, 2) + std::string(8, '\0') + bigEndian(60000, 2) + bigEndian(60000, 2) + std::string(480'000, '\0');
-    expectBytesBounded("a.heic",
+    expectEachBytesBounded("a.heic",
         heifFile({{"iovl", overlay, {sizeBox(60000, 60000)}}, item}, {{"dimg", 1, Tiles(60'000, 2)}}), "overlay");
 }
 

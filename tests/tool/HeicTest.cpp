@@ -131,6 +131,56 @@ TEST_F(Heic, APhotoThatCannotBeConvertedFailsAloneAndLeavesNothing)
     EXPECT_THAT(deviceFiles(), ElementsAre("Photos/whole.jpg"));
 }
 
+TEST_F(Heic, WithoutTheDecoderPhotosFailAndSayWhatToDoAndTheRestArrives)
+{
+    // A copy of the command, with no module beside it.
+    const std::string program = folder("bin/kelvane");
+    std::filesystem::create_directory(folder("bin"));
+    std::filesystem::copy_file(KELVANE_TOOL, program);
+    const ToolOptions withoutDecoder{{}, false, program};
+    addPhoto("a.heic");
+    addMedia("photo.jpg", "b.jpg");
+    addSongs(1);
+
+    ToolResult result = sync({"--json"}, withoutDecoder);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.errors,
+        AllOf(HasSubstr("a.heic"), HasSubstr("libheif.dylib is missing"), HasSubstr("install it"),
+            HasSubstr("--keep-heic")));
+    EXPECT_EQ(parse(result).back()["failed"], 1);
+    EXPECT_EQ(parse(result).back()["added"], 2);
+    EXPECT_THAT(deviceFiles(), AllOf(testing::SizeIs(2), Contains("Photos/b.jpg")));
+    EXPECT_EQ(library().size(), 2U);
+
+    EXPECT_EQ(sync({}, withoutDecoder).code, 1) << "it is still missing";
+    EXPECT_EQ(deviceFiles().size(), 2U);
+    EXPECT_THAT(runTool({"heic2jpg", photo}, withoutDecoder).errors, HasSubstr("libheif.dylib is missing"));
+    EXPECT_FALSE(std::filesystem::exists(folder("photo.jpg")));
+
+    // With it the next run finishes the job; or without it, as the message says.
+    EXPECT_EQ(sync({"--keep-heic"}, withoutDecoder).code, 0);
+    EXPECT_THAT(deviceFiles(), Contains("Photos/a.heic"));
+}
+
+TEST_F(Heic, WithoutTheDecoderConvertedPhotosStayAsTheyAre)
+{
+    addPhoto("a.heic");
+    ASSERT_EQ(summaryOfSync()["added"], 1);
+    const std::string before = read(device("Photos/a.jpg"));
+    const std::string program = folder("bin/kelvane");
+    std::filesystem::create_directory(folder("bin"));
+    std::filesystem::copy_file(KELVANE_TOOL, program);
+
+    EXPECT_EQ(sync({}, {{}, false, program}).code, 0);
+    const ToolResult result = sync({"--verify"}, {{}, false, program});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.errors, HasSubstr("libheif.dylib is missing"));
+    EXPECT_THAT(deviceFiles(), ElementsAre("Photos/a.jpg"));
+    EXPECT_EQ(read(device("Photos/a.jpg")), before);
+    EXPECT_EQ(library().size(), 1U);
+    EXPECT_EQ(sync({"--verify"}).code, 0);
+}
+
 TEST_F(Heic, ADamagedJpegOnTheDeviceIsMadeAnewByVerify)
 {
     addPhoto("a.heic");

@@ -59,7 +59,7 @@ bool becomeNobody()
         ::setenv(name.c_str(), value.c_str(), 1);
     if (options.isUnprivileged && !becomeNobody())
         ::_exit(126);
-    ::execv(KELVANE_TOOL, arguments.data());
+    ::execv(options.program.empty() ? KELVANE_TOOL : options.program.c_str(), arguments.data());
     ::_exit(127);
 }
 

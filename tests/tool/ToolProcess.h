@@ -12,6 +12,7 @@ namespace kelvane::testsupport {
 struct ToolOptions {
     std::map<std::string, std::string> environment; // added to that of the test
     bool isUnprivileged = false; // run as "nobody", for whom permissions count
+    std::string program = {}; // a copy of the command; empty means the one that was built
 };
 
 /// Whether "nobody" could run the command: it needs the superuser to become him, and folders that he may enter.

@@ -24,7 +24,10 @@ std::string reasonFor(const std::string &source, const std::string &target)
     const std::string folder = slash == std::string::npos ? "." : target.substr(0, slash + 1);
     if (::access(folder.c_str(), W_OK) != 0)
         return "cannot write to " + inQuotes(folder) + ": " + reasonText(errno);
-    return "it is damaged, or the decoder module libheif.dylib is missing";
+    if (!HeicConverter::hasDecoder())
+        return "the decoder module libheif.dylib is missing or cannot be loaded: install it (sync --keep-heic copies "
+               "such photos as they are)";
+    return "it is damaged";
 }
 
 } // namespace

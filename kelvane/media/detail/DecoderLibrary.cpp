@@ -2,8 +2,9 @@
 #include "DecoderLibrary.h"
 
 #include <kelvane/common/Utils.h>
-#include <kelvane/platform/Bundle.h>
+#include <kelvane/platform/detail/Module.h>
 
+#include <algorithm>
 #include <dlfcn.h>
 
 namespace kelvane::detail {
@@ -19,12 +20,11 @@ DecoderLibrary::State DecoderLibrary::load()
     const std::lock_guard lock(_mutex);
     if (_handle)
         return State::loaded;
-    String path = String::concat({Bundle::mainBundle().bundlePath().view(), "/", decoderModuleName});
-    if (!Utils::fileExsit(path))
-        path = String::concat({Bundle::libraryBundle().bundlePath().view(), "/kelvane/", decoderModuleName});
-    if (!Utils::fileExsit(path))
+    const auto paths = modulePaths(decoderModuleName);
+    const auto path = std::find_if(paths.begin(), paths.end(), Utils::fileExsit);
+    if (path == paths.end())
         return State::missing;
-    _handle = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
+    _handle = ::dlopen(path->c_str(), RTLD_LAZY | RTLD_LOCAL);
     return _handle ? State::loaded : State::notLoadable;
 }
 

@@ -8,8 +8,10 @@
 
 namespace kelvane::detail {
 
-/// The decoder module of HEIF photos. It is looked for beside the program's executable, then where the library's own
-/// installation puts it, and nowhere else: neither the working directory nor the environment has a say.
+/// The decoder module of HEIF photos, at the first of its modulePaths() where there is a file.
+///
+/// Not a Module, which tries every place once and for all: a conversion tells a module that is missing from one that
+/// cannot be loaded, tries again after either, and the module can be closed.
 ///
 /// Threads: any thread, any operation.
 class DecoderLibrary {

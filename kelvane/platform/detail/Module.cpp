@@ -14,9 +14,13 @@ namespace {
 
 std::string folderOf(const String &file)
 {
-    const std::string_view path = file.view();
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string() : std::string(path.substr(0, slash));
+    return std::string(file.view().substr(0, file.view().rfind('/')));
+}
+
+String pathIn(const std::string &folder, const char *fileName)
+{
+    // A relative path would be one from the working directory.
+    return folder.starts_with('/') ? String::concat({folder, "/", fileName}) : String();
 }
 
 bool isOpenToAll(const std::string &folder)
@@ -27,15 +31,18 @@ bool isOpenToAll(const std::string &folder)
 
 } // namespace
 
+std::array<String, 2> modulePaths(const char *fileName)
+{
+    return {pathIn(folderOf(programPath()), fileName), pathIn(folderOf(libraryPath()) + "/kelvane", fileName)};
+}
+
 Module::Module(const char *fileName)
 {
-    const std::string places[] = {folderOf(programPath()), folderOf(libraryPath()) + "/kelvane"};
-    for (const std::string &folder : places) {
-        // A relative path would be one from the working directory.
-        if (_handle || !folder.starts_with('/'))
+    for (const String &path : modulePaths(fileName)) {
+        if (_handle || path.isNull())
             continue;
-        _handle = ::dlopen((folder + '/' + fileName).c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (_handle && isOpenToAll(folder))
+        _handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (const std::string folder = folderOf(path); _handle && isOpenToAll(folder))
             ZenLogger::defaultLogger().ZenLogError(String::concat(
                 {"warning: the module ", fileName, " was loaded from ", folder, ", which everybody may write to."}));
     }

@@ -3,11 +3,16 @@
 
 #include <kelvane/foundation/String.h>
 
+#include <array>
+
 namespace kelvane::detail {
 
-/// A shared object that is loaded while the program runs, and stays loaded. It is looked for in the folder of the
-/// program, then in the folder "kelvane" beside this library; never in the working directory or where the environment
-/// points, where strangers could put one.
+/// Where a module is looked for: in the folder of the program, then in the folder "kelvane" beside this library; never in
+/// the working directory or where the environment points, where strangers could put one. Null for a folder that the
+/// system does not tell.
+[[nodiscard]] std::array<String, 2> modulePaths(const char *fileName);
+
+/// A shared object that is loaded while the program runs, from one of its modulePaths(), and stays loaded.
 ///
 /// Threads: any.
 /// Errors: a module that is missing or cannot be loaded has no symbols.
