@@ -112,7 +112,7 @@ ProgressFacts ProgressDisplay::whole() const
     ProgressFacts facts;
     facts.share = _bytes > 0 ? shareOf(done, _bytes) : shareOf(_itemsDone, _items);
     facts.parts.push_back(std::to_string(_itemsDone) + '/' + std::to_string(_items));
-    const double rate = _meter.rate();
+    const double rate = done < _bytes ? _meter.rate() : 0;
     if (rate > 0)
         facts.parts.push_back(timeLeft(_bytes - done, rate));
     if (_bytes > 0)
@@ -129,7 +129,7 @@ ProgressFacts ProgressDisplay::factsOf(const Item &item)
     facts.share = shareOf(item.done, item.bytes);
     if (!item.step.empty())
         facts.parts.push_back(item.step);
-    const double rate = item.meter.rate();
+    const double rate = item.done < item.bytes ? item.meter.rate() : 0; // nothing is left once it is copied
     if (rate > 0)
         facts.parts.push_back(timeLeft(item.bytes - item.done, rate));
     facts.parts.push_back(bytesText(item.done) + " of " + bytesText(item.bytes));
