@@ -10,6 +10,9 @@
 #include "detail/CalendarDate.h"
 #include "detail/TemporaryFiles.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace kelvane {
 namespace {
 
@@ -246,7 +249,8 @@ std::int32_t Mediadata::estimatedBitrate() const
         return 128000;
     // Intended: these steps are no conversion of bytes to bits. Device databases have always been filled with what
     // comes out here, in single precision up to the product, and compare it.
-    const std::int64_t wholeByteRate = fileSize() / seconds;
+    constexpr std::int64_t smallest = -std::numeric_limits<std::int64_t>::max(); // that has a negative
+    const std::int64_t wholeByteRate = std::max(fileSize(), smallest) / seconds;
     const auto byteRate = static_cast<float>(wholeByteRate);
     if (byteRate < 32000)
         return 128000;

@@ -112,8 +112,13 @@ protected:
     std::string run(const std::string &environment = "", const std::string &destination = "a.jpg")
     {
         const std::filesystem::path to = destination.empty() ? destination : folder.path(destination).string();
-        return outputOf(
-            environment + " " + quoted(folder.path("program")) + " " + quoted(photo) + " " + quoted(to), folder.path());
+        std::string output = runWith(environment, quoted(photo) + " " + quoted(to));
+        EXPECT_TRUE(output.ends_with("end\n")) << output;
+        return output.substr(0, output.rfind("end\n"));
+    }
+    std::string runWith(const std::string &environment, const std::string &arguments)
+    {
+        return outputOf(environment + " " + quoted(folder.path("program")) + " " + arguments, folder.path());
     }
 
     std::string orientation() const
@@ -128,6 +133,24 @@ protected:
 TEST_F(HeicModules, AMissingModuleGivesFalseAndALineWithThePhoto)
 {
     EXPECT_EQ(run(), "error: dylib :" + photo.string() + " not exsit.\nfalse\n");
+}
+
+TEST_F(HeicModules, AModuleIsLoadedByTheFirstPhotoKeptForTheOthersAndClosedOnDemand)
+{
+    useModule(KELVANE_FAKE_DECODER);
+    writeFile(folder.path("other"), "no photo");
+    const std::string pair = quoted(photo) + " " + quoted(folder.path("a.jpg")) + " ";
+    EXPECT_EQ(
+        runWith("KELVANE_FAKE_TELLS=1 KELVANE_FAKE_ROTATION=0", quoted(folder.path("other")) + " a " + pair + pair),
+        "error: convertHeicToJPG is not Heic jpg.\nfalse\nloaded\ntrue\ntrue\nclosed\nend\n");
+    EXPECT_EQ(runWith("KELVANE_FAKE_TELLS=1", ""), "end\n") << "nothing was loaded";
+}
+
+TEST_F(HeicModules, AMissingModuleIsMissedByEachPhoto)
+{
+    const std::string pair = quoted(photo) + " " + quoted(folder.path("a.jpg")) + " ";
+    const std::string missing = "error: dylib :" + photo.string() + " not exsit.\nfalse\n";
+    EXPECT_EQ(runWith("", pair + pair), missing + missing + "end\n") << "and nothing else is said";
 }
 
 TEST_F(HeicModules, AModuleIsNotLookedForInTheWorkingDirectory)

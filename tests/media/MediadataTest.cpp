@@ -346,6 +346,7 @@ TEST_F(MediadataTags, TheReleaseDateIsReadFromTheTagInBothForms)
     EXPECT_EQ(released("2012"), Date(200)) << "a year alone is no date";
     EXPECT_EQ(released("soon"), Date(200));
     EXPECT_EQ(released("2012-02-31T07:00:00Z").isNull(), false);
+    EXPECT_EQ(released("recorded on 2012-05-03"), dateValue("2012-05-03"));
 }
 
 TEST(Mediadata, ThePurchaseDateIsReadFromTheTagElseItIsTheReleaseDate)
@@ -376,6 +377,26 @@ TEST(Mediadata, ShowsAreReadFromTheTags)
     EXPECT_EQ(metadata.tvEpisode(), 7);
     EXPECT_EQ(metadata.mediaType(), 10);
     EXPECT_EQ(metadata.description(), "About");
+}
+
+TEST(Mediadata, TagsWithoutASetterCountMoreThanTheIndex)
+{
+    REQUIRE_FFMPEG();
+    const TemporaryFolder folder;
+    const auto path = makeMedia(
+        folder, "a.m4a", {{"copyright", "Tag"}, {"episode_sort", "0"}, {"season_number", "0"}, {"network", "Net"}});
+    const Indexed metadata({{"kMDItemCopyright", "Index"}}, AudioMetadata::CreateMetadataForURL(path.native()));
+    EXPECT_EQ(metadata.copyright(), "Tag");
+    EXPECT_EQ(metadata.tvshowNetWork(), "Net");
+    EXPECT_EQ(metadata.season(), 1) << "a number that is 0 is none";
+    EXPECT_EQ(metadata.tvEpisode(), 1);
+}
+
+TEST(Mediadata, AnIndexThatLiesAboutSizeAndTimeDoesNoHarm)
+{
+    for (const std::int64_t size : {INT64_MIN, std::int64_t{-1}, INT64_MAX})
+        for (const double seconds : {-1.0, -1e30, 1e30})
+            EXPECT_NE(Indexed({{"kMDItemFSSize", size}, {"kMDItemDurationSeconds", seconds}}).bitrate(), 0);
 }
 
 TEST(Mediadata, TheIndexIsAskedOnce)

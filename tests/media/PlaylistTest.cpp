@@ -8,6 +8,7 @@
 
 #include <string>
 #include <type_traits>
+#include <vector>
 
 using namespace kelvane;
 
@@ -79,20 +80,46 @@ protected:
 
 } // namespace
 
-TEST(Playlist, HasTwentyFourFieldsOfTheSettledTypes)
+TEST(Playlist, HasTheTwentyFourSettledFieldsInTheirOrder)
 {
-    int count = 0;
-#define FIELD(type, name, setter)                                                                                      \
-    static_assert(std::is_same_v<decltype(PlaylistBase().name()), const type &>);                                      \
-    ++count;
+    std::vector<std::string> names;
+#define FIELD(type, name, setter) names.emplace_back(#name);
 #include <kelvane/media/detail/PlaylistFields.def>
-    EXPECT_EQ(count, 24);
-    static_assert(std::is_same_v<decltype(PlaylistBase().pid()), const std::int64_t &>);
-    static_assert(std::is_same_v<decltype(PlaylistBase().kind()), const std::uint64_t &>);
-    static_assert(std::is_same_v<decltype(PlaylistBase().playOrder()), const std::int32_t &>);
-    static_assert(std::is_same_v<decltype(PlaylistBase().IsSmart()), const bool &>);
-    static_assert(std::is_same_v<decltype(PlaylistBase().smartCriteria()), const Data &>);
-    static_assert(std::is_same_v<decltype(PlaylistBase().distinguishedKind()), const std::int64_t &>);
+    // Written out once more: the list in the code is what this is held against.
+    std::vector<std::string> settled;
+#define SETTLED(type, name, setter)                                                                                    \
+    static_assert(std::is_same_v<decltype(PlaylistBase().name()), const type &>);                                      \
+    static_assert(std::is_invocable_v<decltype(&PlaylistBase::setter), PlaylistBase &, type>);                         \
+    settled.emplace_back(#name);
+    // clang-format off
+    SETTLED(std::int64_t, pid, setPid)
+    SETTLED(String, title, setTitle)
+    SETTLED(bool, IsSmart, setIsSmart)
+    SETTLED(bool, IsFolder, setIsFolder)
+    SETTLED(bool, IsMaster, setIsMaster)
+    SETTLED(bool, IsHidden, setIsHidden)
+    SETTLED(std::int64_t, parentid, setParentid)
+    SETTLED(Data, smartCriteria, setSmartCriteria)
+    SETTLED(Data, smartInfo, setSmartInfo)
+    SETTLED(std::uint64_t, kind, setKind)
+    SETTLED(Date, createTime, setCreateTime)
+    SETTLED(Date, modifiedTime, setModifiedTime)
+    SETTLED(bool, shuffled, setShuffled)
+    SETTLED(bool, reversed, setReversed)
+    SETTLED(std::int32_t, playOrder, setPlayOrder)
+    SETTLED(bool, shuffleItems, setShuffleItems)
+    SETTLED(std::int64_t, distinguishedKind, setDistinguishedKind)
+    SETTLED(String, description, setDescription)
+    SETTLED(std::int32_t, albumFieldOrder, setAlbumFieldOrder)
+    SETTLED(std::int32_t, nameOrder, setNameOrder)
+    SETTLED(std::int32_t, mediakind, setMediakind)
+    SETTLED(std::int32_t, podcastFlag, setPodcastFlag)
+    SETTLED(bool, isFromDB, setIsFromDB)
+    SETTLED(Items, items, setItems)
+    // clang-format on
+#undef SETTLED
+    EXPECT_EQ(settled.size(), 24U);
+    EXPECT_EQ(names, settled);
 }
 
 TEST(Playlist, ANewRecordHasEverythingZeroFalseOrAbsent)

@@ -6,6 +6,7 @@
 #include "tests/support/MediaFiles.h"
 
 #include <fcntl.h>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
@@ -139,6 +140,28 @@ TEST_F(Probe, AFileOfAnotherKindIsNotSearched)
 {
     EXPECT_FALSE(probe("OggS", "APIC", 100, 200));
     EXPECT_FALSE(probe("RIFF", "covr", 100, 200));
+}
+
+TEST_F(Probe, AFileOfAnotherKindIsReadNoFurtherThanItsHeader)
+{
+    const auto bytesRead = [] {
+        std::ifstream counters("/proc/self/io");
+        std::string name;
+        std::uint64_t count = 0;
+        counters >> name >> count; // "rchar:"
+        return count;
+    };
+    writeAll(path(), "OggS" + std::string(2'000'000, 'x'));
+    const TagFile file(path().native());
+    if (bytesRead() == 0)
+        GTEST_SKIP() << "the system does not count what is read";
+    const std::uint64_t before = bytesRead();
+    EXPECT_FALSE(file.isExistArtwork());
+    EXPECT_LT(bytesRead() - before, 1'000'000U);
+    writeAll(path(), "ID3" + std::string(2'000'000, 'x'));
+    const std::uint64_t middle = bytesRead();
+    EXPECT_FALSE(file.isExistArtwork());
+    EXPECT_GT(bytesRead() - middle, 2'000'000U) << "which would be seen";
 }
 
 TEST_F(Probe, HolesOfASparseFileAreSkipped)
