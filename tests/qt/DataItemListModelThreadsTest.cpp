@@ -41,10 +41,13 @@ public:
     void changeSomething()
     {
         const std::size_t what = below(_random, 12);
-        if (_items.empty() || what < 4)
+        // Few enough that Qt's tester, which looks at all rows at each change, does not take all of the time.
+        if (_items.empty() || (what < 4 && _items.size() < 40))
             return add();
         const std::size_t which = below(_random, _items.size());
         const auto item = _items[which];
+        if (!_list->contains(item))
+            return drop(which);
         switch (what) {
         case 4:
             return item->acceptChanges();
@@ -62,7 +65,8 @@ public:
             return _list->insertItem(item, index());
         case 9:
             item->beginEdit();
-            retitle(*item->record(), _number++);
+            if (item->tempRecord())
+                retitle(*item->record(), _number++);
             return item->cancelEdit();
         default:
             return edit(*item, item);
@@ -70,7 +74,7 @@ public:
     }
 
 private:
-    std::int32_t index() { return static_cast<std::int32_t>(below(_random, 200)); }
+    std::int32_t index() { return static_cast<std::int32_t>(below(_random, 100)); }
     void add()
     {
         const auto item = makeSong();
@@ -155,7 +159,7 @@ TEST(DataItemListModelThreads, ModelAndListAreEqualAfterEveryChangeOnItsOwnThrea
 
 TEST(DataItemListModelThreads, ModelAndListAreEqualAfterChangesFromThreeThreads)
 {
-    constexpr int rounds = 3000;
+    constexpr int rounds = 2000;
     SongModel songs;
     std::atomic<int> running{2};
     std::vector<std::thread> threads;
