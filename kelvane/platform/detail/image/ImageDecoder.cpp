@@ -125,7 +125,7 @@ Image decodeHeif(const Data &file, const String &path)
         return {};
     }
     const auto facts = HeifFile::parse(file.bytes());
-    if (!facts || std::int64_t{facts->storedWidth} * facts->storedHeight > Image::mostPixels)
+    if (!facts || std::uint64_t{facts->storedWidth} * facts->storedHeight > std::uint64_t{Image::mostPixels})
         return {};
     DecodedPicture *decoded = nullptr;
     if (path.isNull())
