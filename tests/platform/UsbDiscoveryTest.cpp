@@ -41,6 +41,18 @@ public:
         _isMore.wait(lock, [&] { return _lines.size() >= count; });
         return _lines;
     }
+    /// Waits until `line` comes after the lines heard before. A device that has just been plugged in may be told of
+    /// once more, as changed: its interfaces come one by one.
+    void hear(const std::string &line)
+    {
+        std::unique_lock lock(_mutex);
+        _isMore.wait(lock, [&] {
+            while (_heard < _lines.size())
+                if (_lines[_heard++] == line)
+                    return true;
+            return false;
+        });
+    }
     [[nodiscard]] Dictionary last()
     {
         const std::lock_guard lock(_mutex);
@@ -58,6 +70,7 @@ private:
 
     std::mutex _mutex;
     std::condition_variable _isMore;
+    std::size_t _heard = 0;
     std::vector<std::string> _lines; // guarded by _mutex, as is the next
     Dictionary _last;
 };
@@ -178,13 +191,13 @@ TEST(UsbDiscovery, TellsOfDevicesThatAreThereAndThatComeAndGo)
     ASSERT_TRUE(discovery.start(recorder));
     EXPECT_THAT(recorder->waitFor(1), ElementsAre("attached E75"));
     usb.plugIn(phoneForPictures);
-    EXPECT_THAT(recorder->waitFor(2).back(), "attached Pixel 6");
+    recorder->hear("attached Pixel 6");
     EXPECT_EQ(recorder->last()["osplatform"].intValue(), 2);
     usb.unplug(oldPhone);
-    EXPECT_THAT(recorder->waitFor(3).back(), "detached E75");
+    recorder->hear("detached E75");
     EXPECT_EQ(recorder->last()["idVendor"].intValue(), 0x0421);
     usb.plugIn(oldPhone);
-    EXPECT_THAT(recorder->waitFor(4).back(), "attached E75");
+    recorder->hear("attached E75");
     discovery.stop();
 }
 
@@ -202,7 +215,7 @@ TEST(UsbDiscovery, TellsOfADeviceThatIsConfiguredLater)
     EXPECT_THAT(recorder->waitFor(2), ElementsAre("attached Mouse", "attached Pad 5"));
     EXPECT_EQ(recorder->last()["osplatform"].intValue(), 0);
     usb.configure(device);
-    EXPECT_THAT(recorder->waitFor(3).back(), "changed Pad 5");
+    recorder->hear("changed Pad 5");
     EXPECT_EQ(recorder->last()["osplatform"].intValue(), 2);
 }
 
@@ -223,7 +236,7 @@ TEST(UsbDiscovery, ADelegateThatThrowsIsLoggedAndHearsOfTheNextDevice)
     ASSERT_TRUE(discovery.start(thrower));
     EXPECT_THAT(thrower->waitFor(1), ElementsAre("attached E75"));
     usb.plugIn(mouse);
-    EXPECT_THAT(thrower->waitFor(2), ElementsAre("attached E75", "attached Mouse"));
+    thrower->hear("attached Mouse");
     discovery.stop();
     EXPECT_THAT(log.errorLines(), testing::Each(HasSubstr(": no")));
     EXPECT_THAT(log.errorLines(), SizeIs(2));
@@ -292,7 +305,7 @@ TEST(UsbDiscovery, ADelegateThatIsGoneIsSkipped)
     ASSERT_TRUE(another.start(witness));
     (void)witness->waitFor(1);
     usb.plugIn(mouse);
-    EXPECT_THAT(witness->waitFor(2).back(), "attached Mouse");
+    witness->hear("attached Mouse");
     discovery.stop();
     EXPECT_TRUE(gone.expired());
 }
