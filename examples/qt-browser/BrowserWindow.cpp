@@ -20,6 +20,7 @@
 #include <QSortFilterProxyModel>
 #include <QStandardPaths>
 #include <QStatusBar>
+#include <QStyledItemDelegate>
 #include <QToolBar>
 #include <QTreeView>
 
@@ -37,6 +38,22 @@ QString kelvaneCommand()
     const QString beside = QStandardPaths::findExecutable("kelvane", {here.path(), here.filePath("..")});
     return beside.isEmpty() ? QStandardPaths::findExecutable("kelvane") : beside;
 }
+
+// Views give an open editor the old text back whenever anything of its cell changes, such as the artwork that has just
+// been read. What the user is typing stays, as long as the title itself is the same.
+class TitleDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void setEditorData(QWidget *editor, const QModelIndex &index) const override
+    {
+        const QVariant title = index.data(Qt::EditRole);
+        if (editor->property("givenTitle") == title)
+            return;
+        editor->setProperty("givenTitle", title);
+        QStyledItemDelegate::setEditorData(editor, index);
+    }
+};
 
 QString counted(int count, const QString &what)
 {
@@ -105,6 +122,7 @@ void BrowserWindow::makeList()
     _sorted->setSortLocaleAware(true);
     _sorted->setSortCaseSensitivity(Qt::CaseInsensitive);
     _view->setModel(_sorted);
+    _view->setItemDelegateForColumn(MediaModel::Title, new TitleDelegate(_view));
     _view->setObjectName("media");
     _view->setAccessibleName("Media files");
     _view->setRootIsDecorated(false);
@@ -179,8 +197,8 @@ void BrowserWindow::rollBack()
 
 void BrowserWindow::syncTo(const QString &device)
 {
-    const auto task = std::make_shared<SyncTask>(qt::fromQString(kelvaneCommand()), qt::fromQString(_folder),
-        qt::fromQString(device), _list->count());
+    const auto task = std::make_shared<SyncTask>(
+        qt::fromQString(kelvaneCommand()), qt::fromQString(_folder), qt::fromQString(device), _list->count());
     work(task, QString("Synchronising with %1").arg(QDir(device).dirName()),
         [=](bool) { return QString("%1 is up to date").arg(QDir(device).dirName()); });
 }
@@ -217,7 +235,9 @@ void BrowserWindow::work(
         [=, this](const QString &name) { _message->setText(QString("%1: %2").arg(what, QDir(name).dirName())); });
     connect(_working, &TaskSignals::finished, this, [=, this](bool isSuccess, const QString &error) {
         const bool isCancelled = _working->task()->isCancelled();
-        workIsOver(isSuccess ? summary(true) : isCancelled ? what + ": cancelled" : what + ": failed",
+        workIsOver(isSuccess  ? summary(true)
+                : isCancelled ? what + ": cancelled"
+                              : what + ": failed",
             isSuccess || isCancelled ? QString() : error, isSuccess);
     });
     updateActions();

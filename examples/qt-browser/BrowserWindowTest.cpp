@@ -2,6 +2,7 @@
 
 // The window on a real display, used as a person does: with keys and the mouse.
 #include "BrowserWindow.h"
+#include "ArtworkCache.h"
 #include "MediaFile.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -134,7 +135,8 @@ TEST_F(QtBrowser, ShowsArtworkOnceItIsRead)
         return row(title).data(Qt::DecorationRole).value<QIcon>().pixmap(48).toImage().pixelColor(24, 24);
     };
     const QColor placeholder = colour("Bell Test");
-    EXPECT_TRUE(QTest::qWaitFor([&] { return colour("Ebb") != placeholder && colour("Flood") != placeholder; }, patience));
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return colour("Ebb") != placeholder && colour("Flood") != placeholder; }, patience));
     EXPECT_EQ(colour("Bell Test"), placeholder) << "has no cover";
 }
 
@@ -183,6 +185,22 @@ TEST_F(QtBrowser, KeepsAnEditThatCannotBeWrittenAndSaysWhy)
         [&] { return row("Neap Tide").siblingAtColumn(MediaModel::Change).data().toString().isEmpty(); }, patience));
     EXPECT_EQ(row("Spring Tide").siblingAtColumn(MediaModel::Change).data().toString(), "edited");
     EXPECT_TRUE(action("Commit").isEnabled()) << "to try again";
+}
+
+TEST_F(QtBrowser, KeepsWhatIsTypedWhileArtworkArrives)
+{
+    ASSERT_NO_FATAL_FAILURE(open());
+    ASSERT_NO_FATAL_FAILURE(select("Ebb"));
+    QTest::keyClick(&view, Qt::Key_F2);
+    auto *editor = view.viewport()->findChild<QLineEdit *>();
+    ASSERT_NE(editor, nullptr);
+    editor->selectAll();
+    QTest::keyClicks(editor, "Spring");
+    Q_EMIT window.findChild<ArtworkCache *>()->loaded(
+        view.currentIndex().siblingAtColumn(MediaModel::Path).data().toString());
+    QTest::keyClicks(editor, " Tide");
+    QTest::keyClick(editor, Qt::Key_Return);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return row("Spring Tide").isValid(); }, patience));
 }
 
 TEST_F(QtBrowser, LeavesTitlesAloneThatHaveNoTagToGoInto)

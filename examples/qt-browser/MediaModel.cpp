@@ -18,8 +18,8 @@ namespace {
 
 ItemField text(QByteArray name, QString title, String MediaFile::*member)
 {
-    return ItemField::of<MediaFile>(std::move(name), std::move(title),
-        [member](const MediaFile &file) { return qt::toQString(file.*member); });
+    return ItemField::of<MediaFile>(
+        std::move(name), std::move(title), [member](const MediaFile &file) { return qt::toQString(file.*member); });
 }
 
 QString kindText(std::int64_t mediaType)
@@ -56,9 +56,10 @@ std::vector<ItemField> mediaFields()
 } // namespace
 
 MediaModel::MediaModel(std::shared_ptr<DataItemList> list, QObject *parent)
-    : DataItemListModel(std::move(list), mediaFields(), parent)
+    : DataItemListModel(std::move(list), mediaFields(), parent),
+      _artwork(new ArtworkCache(this))
 {
-    connect(&_artwork, &ArtworkCache::loaded, this, [this](const QString &path) {
+    connect(_artwork, &ArtworkCache::loaded, this, [this](const QString &path) {
         for (int row = 0; row < rowCount(); ++row)
             if (field(index(row, 0), Path) == path)
                 Q_EMIT dataChanged(index(row, Title), index(row, Title), {Qt::DecorationRole});
@@ -76,7 +77,7 @@ QVariant MediaModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DecorationRole:
         if (index.column() == Title)
-            return _artwork.icon(field(index, Path).toString(), field(index, MediaType).toInt());
+            return _artwork->icon(field(index, Path).toString(), field(index, MediaType).toInt());
         break;
     case Qt::DisplayRole:
         if (index.column() == Change)

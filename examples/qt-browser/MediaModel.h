@@ -24,7 +24,7 @@ public:
 private:
     [[nodiscard]] QVariant field(const QModelIndex &index, Column column) const;
 
-    mutable ArtworkCache _artwork;
+    ArtworkCache *_artwork;
 };
 
 } // namespace browser
