@@ -90,7 +90,7 @@ def main():
         of_area = [row for row in rows if row['area'] == area]
         title = AREAS.get(area, area)
         (folder / f'{area}.svg').write_text(plot(title, of_area))
-        text.append(f'### {title}\n\n![{title}](images/performance/{area}.svg)\n\n{table(of_area)}')
+        text.append(f'### {title}\n\n![{title}](pictures/performance/{area}.svg)\n\n{table(of_area)}')
     (folder / 'results.md').write_text('\n'.join(text))
     aimed = [row for row in rows if row['target'] > 0]
     missed = [row for row in aimed if not is_met(row)]

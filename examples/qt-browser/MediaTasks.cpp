@@ -72,20 +72,20 @@ bool writeTitle(AsyncTaskIOS &task, const MediaFile &record)
 
 std::shared_ptr<AsyncTaskIOS> readFolderTask(String folder, std::shared_ptr<DataItemList> list)
 {
-    return std::make_shared<AsyncTaskIOS>([folder = std::move(folder), list = std::move(list)](
-                                              AsyncTaskIOS &task, const Object &) {
-        const auto paths = mediaFilesIn(folder.str());
-        task.incStepCount(static_cast<std::int32_t>(paths.size()));
-        for (const std::string &path : paths) {
-            if (!task.canContinue())
-                return false;
-            const auto item = readItem(path);
-            list->addItem(item);
-            item->acceptChanges();
-            task.incStep();
-        }
-        return true;
-    });
+    return std::make_shared<AsyncTaskIOS>(
+        [folder = std::move(folder), list = std::move(list)](AsyncTaskIOS &task, const Object &) {
+            const auto paths = mediaFilesIn(folder.str());
+            task.incStepCount(static_cast<std::int32_t>(paths.size()));
+            for (const std::string &path : paths) {
+                if (!task.canContinue())
+                    return false;
+                const auto item = readItem(path);
+                list->addItem(item);
+                item->acceptChanges();
+                task.incStep();
+            }
+            return true;
+        });
 }
 
 std::shared_ptr<AsyncTaskIOS> commitTask(const DataItemList &list)
@@ -97,8 +97,8 @@ std::shared_ptr<AsyncTaskIOS> commitTask(const DataItemList &list)
             const auto record = std::dynamic_pointer_cast<MediaItem>(item)->record();
             // Commits its item if the work succeeds.
             const auto child = std::make_shared<SyncItemAsyncTask>(
-                [record](AsyncTaskIOS &writing, const Object &) { return writeTitle(writing, *record); }, nullptr, nullptr,
-                nullptr, nullptr, item);
+                [record](AsyncTaskIOS &writing, const Object &) { return writeTitle(writing, *record); }, nullptr,
+                nullptr, nullptr, nullptr, item);
             if (!task.executeTask(child) && firstError.isNull())
                 firstError = child->errorText();
             task.incStep();
@@ -117,8 +117,8 @@ std::shared_ptr<AsyncTaskIOS> artworkTask(String path, int side)
             return !image.isNull();
         };
         const auto tags = AudioMetadata::CreateMetadataForURL(path);
-        const bool hasCover = tags && !tags->GetAttachedPictures().empty()
-            && load(tags->GetAttachedPictures().front().GetData());
+        const bool hasCover =
+            tags && !tags->GetAttachedPictures().empty() && load(tags->GetAttachedPictures().front().GetData());
         if (hasCover || load(Thumbnail::jpegOfFile(path, side * 2)))
             image = image.scaled(side, side, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
         task.setUserResult(Object::of(image));

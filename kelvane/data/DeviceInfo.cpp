@@ -65,8 +65,8 @@ void DeviceInfo::loadBaseInfo()
     if (DeviceInfo::customName().isNull())
         DeviceInfo::setCustomName(DeviceInfo::usbProductName());
     setOSPlatform(static_cast<std::uint64_t>(std::int64_t{_deviceInfoDic["osplatform"].intValue()}));
-    logInfo({"classId = ", std::to_string(classId()), "  _subClassId=", std::to_string(subClassId()),
-        "  _protocolId=", std::to_string(protocolId()), "  OSPlatform=", std::to_string(_deviceInfoDic["osplatform"].intValue())});
+    logInfo({"classId = ", std::to_string(classId()), "  _subClassId=", std::to_string(subClassId()), "  _protocolId=",
+        std::to_string(protocolId()), "  OSPlatform=", std::to_string(_deviceInfoDic["osplatform"].intValue())});
 }
 
 // Properties

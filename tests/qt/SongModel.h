@@ -24,7 +24,8 @@ inline std::vector<qt::ItemField> songFields()
                     song.title = value.toString().toStdString();
                     return true;
                 }),
-        qt::ItemField::of<Song>("length", "Length", [](const Song &song) { return static_cast<int>(song.title.size()); })};
+        qt::ItemField::of<Song>(
+            "length", "Length", [](const Song &song) { return static_cast<int>(song.title.size()); })};
 }
 
 /// A model over a list, watched by Qt's own tester, which aborts when the model breaks a rule.

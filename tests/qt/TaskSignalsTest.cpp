@@ -27,8 +27,8 @@ struct Heard {
             EXPECT_EQ(QThread::currentThread(), news.thread());
             lines.push_back(text.toStdString());
         };
-        QObject::connect(&news, &TaskSignals::progressChanged,
-            [=](int percent) { hear(QString("progress %1").arg(percent)); });
+        QObject::connect(
+            &news, &TaskSignals::progressChanged, [=](int percent) { hear(QString("progress %1").arg(percent)); });
         QObject::connect(
             &news, &TaskSignals::lengthChanged, [=](qlonglong length) { hear(QString("length %1").arg(length)); });
         QObject::connect(&news, &TaskSignals::stepChanged,
@@ -66,7 +66,8 @@ TEST(TaskSignals, TellInOrderOnTheirOwnThread)
     task->startTask();
     heard.waitForEnd();
     EXPECT_THAT(heard.lines,
-        ::testing::ElementsAre("progress 0", "step reading 7", "progress 40", "step writing 8", "progress 100", "finished well"));
+        ::testing::ElementsAre(
+            "progress 0", "step reading 7", "progress 40", "step writing 8", "progress 100", "finished well"));
 }
 
 TEST(TaskSignals, ShowTheLastOfProgressThatComesFasterThanItIsShown)
@@ -93,8 +94,7 @@ TEST(TaskSignals, TellOfALengthWhereItDiffers)
     Heard heard(task);
     task->start(true);
     QCoreApplication::processEvents();
-    EXPECT_THAT(heard.lines,
-        ::testing::ElementsAre("progress 50", "length 4096", "progress 100", "finished well"));
+    EXPECT_THAT(heard.lines, ::testing::ElementsAre("progress 50", "length 4096", "progress 100", "finished well"));
 }
 
 TEST(TaskSignals, TellOfAFailureWithItsReason)
@@ -104,7 +104,8 @@ TEST(TaskSignals, TellOfAFailureWithItsReason)
     Heard heard(task);
     task->startTask();
     heard.waitForEnd();
-    EXPECT_THAT(heard.lines.back(), ::testing::AllOf(::testing::StartsWith("finished badly"), ::testing::HasSubstr("the cable is loose")));
+    EXPECT_THAT(heard.lines.back(),
+        ::testing::AllOf(::testing::StartsWith("finished badly"), ::testing::HasSubstr("the cable is loose")));
 }
 
 TEST(TaskSignals, CancelTheTaskAndTellOfIt)

@@ -21,7 +21,8 @@ struct DataItemListModel::Update {
     /// The row of `item` as the rows were before the update, -1 where it has none. `hint` is asked first.
     [[nodiscard]] int rowOf(const IDataItem *item, std::int32_t hint)
     {
-        if (hint >= 0 && static_cast<std::size_t>(hint) < rows.size() && rows[static_cast<std::size_t>(hint)].item.get() == item)
+        if (hint >= 0 && static_cast<std::size_t>(hint) < rows.size()
+            && rows[static_cast<std::size_t>(hint)].item.get() == item)
             return hint;
         if (rowByItem.empty()) {
             rowByItem.reserve(rows.size());
@@ -40,8 +41,7 @@ struct DataItemListModel::Update {
     bool isListChanged = false;
 };
 
-DataItemListModel::DataItemListModel(
-    std::shared_ptr<DataItemList> list, std::vector<ItemField> fields, QObject *parent)
+DataItemListModel::DataItemListModel(std::shared_ptr<DataItemList> list, std::vector<ItemField> fields, QObject *parent)
     : QAbstractTableModel(parent),
       _list(list ? std::move(list) : std::make_shared<DataItemList>()),
       _fields(std::make_shared<const std::vector<ItemField>>(std::move(fields))),
@@ -220,8 +220,8 @@ int DataItemListModel::rowOf(const Item &item) const
 {
     if (const int hint = _list->indexOf(item); itemAt(hint) == item && item)
         return hint;
-    const auto row = std::find_if(
-        _rows.begin(), _rows.end(), [&](const ItemSnapshot &shown) { return shown.item == item; });
+    const auto row =
+        std::find_if(_rows.begin(), _rows.end(), [&](const ItemSnapshot &shown) { return shown.item == item; });
     return row == _rows.end() ? -1 : static_cast<int>(row - _rows.begin());
 }
 

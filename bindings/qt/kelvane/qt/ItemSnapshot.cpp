@@ -43,7 +43,8 @@ ItemSnapshot ItemSnapshot::read(const DataItemList::Item &item, const std::vecto
     return snapshot;
 }
 
-bool writeField(DataItemList &list, const std::shared_ptr<DataItem> &item, const ItemField &field, const QVariant &value)
+bool writeField(
+    DataItemList &list, const std::shared_ptr<DataItem> &item, const ItemField &field, const QVariant &value)
 {
     const DataItemState state = item->itemState();
     if (!item->isItemExists() || item->tempRecord())

@@ -25,8 +25,8 @@ ListNews newsOf(const DataItemChangeEventArgs &args, const std::vector<ItemField
 ListFollower::ListFollower(QObject *model, std::shared_ptr<DataItemList> list, const Fields &fields)
     : _list(std::move(list)),
       _mailbox(std::make_shared<Mailbox<ListNews>>(model)),
-      _changedWatcher([mailbox = _mailbox, fields](
-                          const DataItemChangeEventArgs &args) { mailbox->post(newsOf(args, *fields)); }),
+      _changedWatcher(
+          [mailbox = _mailbox, fields](const DataItemChangeEventArgs &args) { mailbox->post(newsOf(args, *fields)); }),
       _contentWatcher([mailbox = _mailbox, fields](const DataItemList::Item &added) {
           mailbox->post(added ? ListNews{ListNews::Comes, ItemSnapshot::read(added, *fields)}
                               : ListNews{ListNews::ContentChanged, {}});

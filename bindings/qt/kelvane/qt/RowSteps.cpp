@@ -57,8 +57,8 @@ void keepLongestRun(std::vector<std::size_t> &places)
     for (std::size_t row = 0; row < places.size(); ++row) {
         if (places[row] == nowhere)
             continue;
-        const auto longer = std::lower_bound(
-            ends.begin(), ends.end(), places[row], [&](std::size_t end, std::size_t place) { return places[end] < place; });
+        const auto longer = std::lower_bound(ends.begin(), ends.end(), places[row],
+            [&](std::size_t end, std::size_t place) { return places[end] < place; });
         if (longer != ends.begin())
             previous[row] = *std::prev(longer);
         if (longer == ends.end())
