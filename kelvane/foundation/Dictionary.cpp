@@ -19,8 +19,15 @@ struct KELVANE_HIDDEN Dictionary::KeySet::Rep : detail::RefCounted {
     static constexpr std::size_t linearLimit = 8;
     static constexpr std::uint32_t free = 0xFFFFFFFFU;
 
+    /// The hash stands beside the place, so that the names themselves, which lie anywhere in memory, are read only when
+    /// they are the ones looked for: neither for others on the way nor when the table grows.
+    struct Slot {
+        std::uint32_t place = free;
+        std::uint32_t hash = 0;
+    };
+
     std::vector<String> names;
-    std::vector<std::uint32_t> slots; // a power of two, at most half full; empty up to linearLimit names
+    std::vector<Slot> slots; // a power of two, at most half full; empty up to linearLimit names
 
     Rep() = default;
     explicit Rep(const Rep &other) : RefCounted(), names(other.names), slots(other.slots) {}
@@ -33,29 +40,31 @@ struct KELVANE_HIDDEN Dictionary::KeySet::Rep : detail::RefCounted {
                 std::find_if(names.begin(), names.end(), [&](const String &other) { return other.view() == name; });
             return static_cast<std::size_t>(found - names.begin());
         }
-        const std::uint32_t place = slots[slotOf(name)];
+        const std::uint32_t place = slots[slotOf(name, hashOf(name))].place;
         return place == free ? names.size() : place;
     }
 
+    /// Changes nothing where it throws.
     void append(const String &name)
     {
+        const bool isIndexed = names.size() >= linearLimit;
+        if (isIndexed && (names.size() + 1) * 2 > slots.size())
+            grow();
         names.push_back(name);
-        if (names.size() <= linearLimit)
+        if (!isIndexed)
             return;
-        if (names.size() * 2 > slots.size())
-            rebuild();
-        else
-            slots[slotOf(name.view())] = static_cast<std::uint32_t>(names.size() - 1);
+        const std::uint32_t hash = hashOf(name.view());
+        slots[slotOf(name.view(), hash)] = {static_cast<std::uint32_t>(names.size() - 1), hash};
     }
 
     /// Fills the place of the removed name with the last one: constant time, at the price of the order.
     void removeAt(std::size_t index)
     {
         if (!slots.empty())
-            freeSlot(slotOf(names[index].view()));
+            freeSlot(slotOfPlace(index));
         if (index + 1 < names.size()) {
             if (!slots.empty())
-                slots[slotOf(names.back().view())] = static_cast<std::uint32_t>(index);
+                slots[slotOfPlace(names.size() - 1)].place = static_cast<std::uint32_t>(index);
             names[index] = std::move(names.back());
         }
         names.pop_back();
@@ -64,36 +73,52 @@ struct KELVANE_HIDDEN Dictionary::KeySet::Rep : detail::RefCounted {
     }
 
 private:
-    [[nodiscard]] std::size_t home(std::string_view name) const noexcept
+    [[nodiscard]] static std::uint32_t hashOf(std::string_view name) noexcept
     {
-        return std::hash<std::string_view>{}(name) & (slots.size() - 1);
+        return static_cast<std::uint32_t>(std::hash<std::string_view>{}(name));
     }
+    [[nodiscard]] std::size_t mask() const noexcept { return slots.size() - 1; }
     /// The slot that holds `name`, or the free one where it would go.
-    [[nodiscard]] std::size_t slotOf(std::string_view name) const noexcept
+    [[nodiscard]] std::size_t slotOf(std::string_view name, std::uint32_t hash) const noexcept
     {
-        std::size_t slot = home(name);
-        while (slots[slot] != free && names[slots[slot]].view() != name)
-            slot = (slot + 1) & (slots.size() - 1);
+        std::size_t slot = hash & mask();
+        while (slots[slot].place != free && (slots[slot].hash != hash || names[slots[slot].place].view() != name))
+            slot = (slot + 1) & mask();
         return slot;
+    }
+    [[nodiscard]] std::size_t slotOfPlace(std::size_t place) const noexcept
+    {
+        return slotOf(names[place].view(), hashOf(names[place].view()));
     }
     /// Frees a slot and closes the gap, so that no search ends too early (Knuth's algorithm R).
     void freeSlot(std::size_t gap) noexcept
     {
-        const std::size_t mask = slots.size() - 1;
-        slots[gap] = free;
-        for (std::size_t slot = (gap + 1) & mask; slots[slot] != free; slot = (slot + 1) & mask) {
-            const std::size_t distance = (slot - home(names[slots[slot]].view())) & mask;
-            if (distance < ((slot - gap) & mask))
+        slots[gap] = {};
+        for (std::size_t slot = (gap + 1) & mask(); slots[slot].place != free; slot = (slot + 1) & mask()) {
+            const std::size_t distance = (slot - slots[slot].hash) & mask();
+            if (distance < ((slot - gap) & mask()))
                 continue;
             std::swap(slots[gap], slots[slot]);
             gap = slot;
         }
     }
-    void rebuild()
+    /// Makes the first table, or one of twice the size.
+    void grow()
     {
-        slots.assign(std::max<std::size_t>(32, slots.size() * 2), free);
-        for (std::size_t i = 0; i < names.size(); ++i)
-            slots[slotOf(names[i].view())] = static_cast<std::uint32_t>(i);
+        std::vector<Slot> smaller(std::max<std::size_t>(32, slots.size() * 2));
+        smaller.swap(slots);
+        const auto enter = [this](Slot entry) {
+            std::size_t slot = entry.hash & mask();
+            while (slots[slot].place != free)
+                slot = (slot + 1) & mask();
+            slots[slot] = entry;
+        };
+        if (smaller.empty())
+            for (std::size_t place = 0; place < names.size(); ++place)
+                enter({static_cast<std::uint32_t>(place), hashOf(names[place].view())});
+        for (const Slot &entry : smaller)
+            if (entry.place != free)
+                enter(entry);
     }
 };
 
