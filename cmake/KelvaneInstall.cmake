@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# What `cmake --install` puts where, in four components: runtime, development (headers, and what
-# find_package(Kelvane) and pkg-config find), modules, tool.
+# What `cmake --install` puts where, in five components: runtime, development (headers, and what
+# find_package(Kelvane) and pkg-config find), modules, tool, and, where it is built, qt.
 include(CMakePackageConfigHelpers)
 
 set(KELVANE_MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/kelvane)
@@ -71,6 +71,19 @@ install(FILES ${PROJECT_BINARY_DIR}/kelvane.pc DESTINATION ${CMAKE_INSTALL_LIBDI
 # Where the library finds them unless they lie beside the application's executable.
 if(KELVANE_BUILD_MODULES)
   install(TARGETS kelvane_decoder kelvane_media LIBRARY DESTINATION ${KELVANE_MODULE_DIR} COMPONENT modules)
+endif()
+
+# All of the binding: who builds with it has Qt's development files anyway.
+if(TARGET kelvane_qt)
+  install(TARGETS kelvane_qt EXPORT KelvaneQtTargets
+    RUNTIME COMPONENT qt
+    LIBRARY COMPONENT qt
+    ARCHIVE COMPONENT qt
+    FILE_SET HEADERS COMPONENT qt)
+  install(EXPORT KelvaneQtTargets NAMESPACE Kelvane:: DESTINATION ${KELVANE_PACKAGE_DIR} COMPONENT qt)
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set_target_properties(kelvane_qt PROPERTIES INSTALL_RPATH "\$ORIGIN")
+  endif()
 endif()
 
 # The command finds the library from where it is itself, in any prefix; the system's own folders need no path.

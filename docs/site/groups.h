@@ -20,6 +20,9 @@
 /// @defgroup utilities Utilities
 /// Files, dates, texts, collections, identifiers, versions. @ref md_docs_utilities
 
+/// @defgroup qt Qt
+/// Lists as models of Qt's views, tasks as its signals: the binding, a library of its own. @ref md_docs_qt
+
 /// @defgroup platform Platform
 /// Queues, locks, processes, tags, images, USB: what differs between systems is behind these.
 

@@ -133,7 +133,11 @@ void BrowserWindow::makeList()
     _view->setIconSize(QSize(ArtworkCache::side, ArtworkCache::side));
     _view->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);
     _view->setFrameShape(QFrame::NoFrame);
-    _view->setStyleSheet("QTreeView::item { padding: 4px 8px; } QHeaderView::section { padding: 4px 8px; }");
+    // A border, even one of no width, is what makes room beside the texts and not only above them.
+    _view->setStyleSheet(
+        "QTreeView::item { border: 0; padding: 4px 8px; }"
+        "QTreeView::item:selected { background: palette(highlight); color: palette(highlighted-text); }"
+        "QHeaderView::section { padding: 4px 11px; }");
     setCentralWidget(_view);
 }
 
@@ -167,7 +171,7 @@ void BrowserWindow::openFolder(const QString &folder)
     delete last;
     for (int column = 0; column < _model->columnCount(); ++column)
         _view->setColumnHidden(column, column >= MediaModel::shownColumns);
-    constexpr int widths[] = {280, 180, 190, 64, 76, 70};
+    constexpr int widths[] = {270, 170, 190, 76, 84, 80};
     for (int column = 0; column < int(std::size(widths)); ++column)
         _view->setColumnWidth(column, widths[column]);
 

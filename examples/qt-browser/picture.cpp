@@ -20,7 +20,7 @@ int main(int argc, char **argv)
         return 2;
     QApplication::setStyle("Fusion");
     browser::BrowserWindow window;
-    window.resize(900, 640);
+    window.resize(900, 732); // whole rows
     window.show();
     auto &view = *window.findChild<QTreeView *>("media");
     QSignalSpy ended(&window, &browser::BrowserWindow::workEnded);
@@ -35,7 +35,7 @@ int main(int argc, char **argv)
     view.setCurrentIndex(second);
     bool isSaved = false;
     QObject::connect(progress, &QProgressBar::valueChanged, [&](int percent) {
-        if (percent >= 35 && percent < 90 && !isSaved)
+        if (percent >= 60 && percent < 90 && !isSaved)
             isSaved = window.grab().save(arguments[3], "PNG");
     });
     window.syncTo(arguments[2]);

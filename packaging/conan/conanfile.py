@@ -24,7 +24,7 @@ class KelvaneConan(ConanFile):
 
     def export_sources(self):
         root = os.path.join(self.recipe_folder, "..", "..")
-        for pattern in ("CMakeLists.txt", "LICENSE", "cmake/*", "kelvane/*", "module/*", "decoder/*", "tools/*"):
+        for pattern in ("CMakeLists.txt", "LICENSE", "bindings/*", "cmake/*", "kelvane/*", "module/*", "decoder/*", "tools/*"):
             copy(self, pattern, src=root, dst=self.export_sources_folder)
 
     def configure(self):
@@ -71,6 +71,7 @@ class KelvaneConan(ConanFile):
         toolchain = CMakeToolchain(self)
         toolchain.cache_variables["KELVANE_BUILD_MODULES"] = bool(self.options.modules)
         toolchain.cache_variables["KELVANE_BUILD_TOOL"] = bool(self.options.tool)
+        toolchain.cache_variables["KELVANE_BUILD_QT"] = False
         toolchain.cache_variables["KELVANE_BUILD_TESTS"] = False
         toolchain.cache_variables["KELVANE_BUILD_EXAMPLES"] = False
         toolchain.cache_variables["KELVANE_WERROR"] = False

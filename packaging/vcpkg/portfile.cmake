@@ -14,6 +14,7 @@ vcpkg_find_acquire_program(PKGCONFIG)
 vcpkg_cmake_configure(SOURCE_PATH "${SOURCE_PATH}"
   OPTIONS
     ${features}
+    -DKELVANE_BUILD_QT=OFF
     -DKELVANE_BUILD_TESTS=OFF
     -DKELVANE_BUILD_EXAMPLES=OFF
     -DKELVANE_WERROR=OFF
