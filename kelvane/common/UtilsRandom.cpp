@@ -11,6 +11,7 @@
 #include <mutex>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 
 namespace kelvane {
 
@@ -45,7 +46,8 @@ std::uint64_t longLongId(RandomByte randomByte)
 
 std::uint64_t generateLongLongId() noexcept
 {
-    return longLongId([] { return std::uint64_t{detail::randomNumber() & 255U}; });
+    std::uint64_t bytes = detail::randomNumber64();
+    return longLongId([&bytes] { return std::exchange(bytes, bytes >> 8) & 255U; });
 }
 
 String Utils::getRandomMusicName(std::uint32_t count)
