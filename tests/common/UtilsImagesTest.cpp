@@ -27,6 +27,11 @@ bool failsNow() noexcept
     void *room = failsNow() ? nullptr : std::malloc(size > 0 ? size : 1);
     return room ? room : throw std::bad_alloc();
 }
+// Its own as well: the standard library's may be a sanitizer's, whose memory free() refuses.
+[[gnu::noinline]] void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    return failsNow() ? nullptr : std::malloc(size > 0 ? size : 1);
+}
 [[gnu::noinline]] void operator delete(void *room) noexcept
 {
     std::free(room);
