@@ -5,13 +5,14 @@
 #include <kelvane/platform/Uuid.h>
 
 #include <cassert>
+#include <cstddef>
 #include <cstdlib>
 #include <functional>
 #include <iterator>
 #include <mutex>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
+#include <vector>
 
 namespace kelvane {
 
@@ -19,10 +20,44 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// Every id that was handed out, for the life of the process.
+/// Every id that was handed out, for the life of the process. The ids are random, so that a table of them needs no
+/// hash, and is searched in one place of memory however many there are.
 struct IssuedIds {
     std::mutex mutex;
-    std::unordered_set<std::uint64_t> ids; // guarded by mutex
+    std::vector<std::uint64_t> slots = std::vector<std::uint64_t>(1024); // a power of two, at most half full; 0 is free
+    std::size_t count = 0;
+
+    /// Whether the id is a new one. 0 never is.
+    bool insert(std::uint64_t id)
+    {
+        if (id == 0)
+            return false;
+        if ((count + 1) * 2 > slots.size())
+            grow();
+        std::uint64_t &slot = slots[slotOf(id)];
+        if (slot == id)
+            return false;
+        slot = id;
+        ++count;
+        return true;
+    }
+
+private:
+    [[nodiscard]] std::size_t slotOf(std::uint64_t id) const noexcept
+    {
+        std::size_t slot = (id >> 8) & (slots.size() - 1); // the lowest byte is always 0
+        while (slots[slot] != 0 && slots[slot] != id)
+            slot = (slot + 1) & (slots.size() - 1);
+        return slot;
+    }
+    void grow()
+    {
+        std::vector<std::uint64_t> smaller(slots.size() * 2);
+        smaller.swap(slots);
+        for (const std::uint64_t id : smaller)
+            if (id != 0)
+                slots[slotOf(id)] = id;
+    }
 };
 
 IssuedIds &issuedIds()
@@ -83,7 +118,7 @@ std::int64_t Utils::generateRandomLongId()
     IssuedIds &issued = issuedIds();
     const std::lock_guard guard(issued.mutex);
     std::uint64_t id = generateLongLongId();
-    while (!issued.ids.insert(id).second)
+    while (!issued.insert(id))
         id = generateLongLongId();
     return static_cast<std::int64_t>(id);
 }
