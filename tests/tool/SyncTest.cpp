@@ -2,6 +2,7 @@
 #include "SyncFixture.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -385,14 +386,16 @@ TEST_F(Sync, RunsOnTheSameDeviceExcludeEachOther)
 {
     addSongs(60);
     ToolProcess first({"sync", "--json", source(), device()});
-    ASSERT_TRUE(first.waitForOutput("finished"));
-    const ToolResult second = sync();
+    ASSERT_TRUE(first.waitForOutput("started"));
+    first.signal(SIGSTOP);
     ASSERT_TRUE(first.isRunning()) << "the first sync was too quick for this test";
+    const ToolResult second = sync();
     EXPECT_EQ(second.code, 3);
     EXPECT_THAT(second.errorLines(),
         testing::ElementsAre(
             testing::ContainsRegex("another sync is using it \\(process [0-9]+\\); try again when it has ended")));
     EXPECT_EQ(runTool({"remove", device(), "anything"}).code, 3) << "nor does anybody else change it meanwhile";
+    first.signal(SIGCONT);
     EXPECT_EQ(first.wait(), 0);
     expectComplete();
 }
