@@ -136,7 +136,7 @@ std::map<std::string, Json> report(const fs::path &path)
 {
     const TemporaryFolder folder;
     const std::string out = folder.path("report").native();
-    runShell("mediainfo --Output=JSON " + quoted(path.native()) + " >" + quoted(out));
+    runShell("LC_ALL=C.UTF-8 mediainfo --Output=JSON " + quoted(path.native()) + " >" + quoted(out));
     std::map<std::string, Json> tracks;
     const Json json = Json::parse(readAll(out), nullptr, false);
     if (json.is_object())
