@@ -11,7 +11,9 @@ public:
     Budget(double seconds, std::int64_t bytes);
 
     void read(std::int64_t bytes) { _bytes -= bytes; }
-    [[nodiscard]] bool isSpent() const { return _bytes < 0 || now() > _end; }
+    [[nodiscard]] bool isSpent() const { return hasReadTooMuch() || now() > _end; }
+    /// The part that costs nothing to ask.
+    [[nodiscard]] bool hasReadTooMuch() const { return _bytes < 0; }
 
 private:
     /// Processor time, not the clock on the wall: a slow disk is no fault of the file.

@@ -41,11 +41,11 @@ public:
     /// The number of bytes read, 0 at the end of the file and where the budget is spent.
     std::size_t read(std::int64_t at, void *bytes, std::size_t count)
     {
-        if (_size < 0 || at < 0)
+        if (_size < 0 || at < 0 || _budget.hasReadTooMuch())
             return 0;
         if (count >= _window.size() / 4)
             return _budget.isSpent() ? 0 : counted(readFile(at, bytes, count));
-        if (at < _windowStart || at + static_cast<std::int64_t>(count) > _windowStart + _windowSize) {
+        if (at < _windowStart || at - _windowStart > _windowSize - static_cast<std::int64_t>(count)) {
             if (_budget.isSpent())
                 return 0;
             _windowStart = at;

@@ -12,6 +12,7 @@
 #include <set>
 #include <string>
 #include <system_error>
+#include <unordered_map>
 #include <vector>
 
 namespace kelvane::tool {
@@ -92,21 +93,27 @@ private:
     // Each once, in the order in which they are named.
     Records chosen(DeviceLibrary &library)
     {
-        const Records all = library.records(false);
+        std::unordered_map<std::string, std::vector<std::size_t>> itemsByName;
+        for (std::size_t item = 0; item < _options.items.size(); ++item)
+            for (const std::string &name : namesOf(_options.items[item]))
+                itemsByName[name].push_back(item);
+
+        std::vector<Records> recordsByItem(_options.items.size());
+        for (const auto &record : library.records(false))
+            for (const std::string &name :
+                {record->devicePath, _device.absolutePath(record->devicePath), record->source})
+                if (const auto found = itemsByName.find(name); found != itemsByName.end())
+                    for (const std::size_t item : found->second)
+                        recordsByItem[item].push_back(record);
+
         Records chosen;
         std::set<const SyncRecord *> known;
-        for (const std::string &item : _options.items) {
-            const std::set<std::string> names = namesOf(item);
-            bool isFound = false;
-            for (const auto &record : all)
-                if (names.contains(record->devicePath) || names.contains(_device.absolutePath(record->devicePath))
-                    || names.contains(record->source)) {
-                    isFound = true;
-                    if (known.insert(record.get()).second)
-                        chosen.push_back(record);
-                }
-            if (!isFound)
-                fail(item, "remove",
+        for (std::size_t item = 0; item < _options.items.size(); ++item) {
+            for (const auto &record : recordsByItem[item])
+                if (known.insert(record.get()).second)
+                    chosen.push_back(record);
+            if (recordsByItem[item].empty())
+                fail(_options.items[item], "remove",
                     "the library has no such item (see kelvane list " + printable(_options.device) + ')');
         }
         return chosen;
