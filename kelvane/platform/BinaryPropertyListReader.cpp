@@ -3,8 +3,10 @@
 
 #include <kelvane/platform/PropertyList.h>
 
+#include <array>
 #include <bit>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -214,16 +216,53 @@ private:
         const auto references = take(offset, count * 2 * _referenceSize);
         if (!references)
             return {};
-        Dictionary values = Dictionary::empty();
-        for (std::uint64_t i = 0; i < count; ++i) {
-            const Value key = object(reference(*references, i), depth + 1);
-            Value value = object(reference(*references, count + i), depth + 1);
-            if (key.string().isNull() || value.isNil())
-                return {};
-            values.set(key.string(), std::move(value));
+        const auto names = references->substr(0, static_cast<std::size_t>(count) * _referenceSize);
+        const auto keys = keySet(names, depth);
+        if (!keys)
+            return {};
+        bool isWhole = true;
+        const auto valueAt = [&](std::uint64_t place) {
+            Value value = object(reference(*references, count + place), depth + 1);
+            isWhole = isWhole && !value.isNil();
+            return value.isNil() ? Value(NullObject{}) : value;
+        };
+        Dictionary values;
+        if (keys->size() == count) {
+            values = Dictionary::of(*keys, valueAt);
+        } else { // a name more than once: its last value stays
+            values = Dictionary::empty();
+            for (std::uint64_t i = 0; i < count && isWhole; ++i) {
+                const String name = object(reference(names, i), depth + 1).string();
+                isWhole = !name.isNull(); // what was a text may be one value too many now
+                if (isWhole)
+                    values.set(name, valueAt(i));
+            }
         }
-        return values;
+        return isWhole ? Value(std::move(values)) : Value();
     }
+
+    /// The names that `references` are to, which lie inside the container at `depth`; nothing where one is no text.
+    /// Records of one kind refer to the same names, and then have one set of them.
+    std::optional<Dictionary::KeySet> keySet(std::string_view references, int depth)
+    {
+        KnownNames &known = _knownNames[std::hash<std::string_view>{}(references) % _knownNames.size()];
+        if (known.keys && known.references == references)
+            return known.keys;
+        std::vector<String> names;
+        names.reserve(references.size() / _referenceSize);
+        for (std::uint64_t i = 0; i < references.size() / _referenceSize; ++i) {
+            names.push_back(object(reference(references, i), depth + 1).string());
+            if (names.back().isNull())
+                return std::nullopt;
+        }
+        known = {references, Dictionary::KeySet(names)};
+        return known.keys;
+    }
+
+    struct KnownNames {
+        std::string_view references;
+        std::optional<Dictionary::KeySet> keys = {};
+    };
 
     std::string_view _bytes;
     std::string_view _table; ///< offsets of the objects
@@ -233,6 +272,7 @@ private:
     std::uint64_t _top = 0;
     std::size_t _valuesLeft;
     std::vector<Value> _leaves; ///< what was read already, containers left out
+    std::array<KnownNames, 16> _knownNames; ///< at the place of their hash: a later one takes the place of an earlier
 };
 
 } // namespace

@@ -145,6 +145,35 @@ TEST(PropertyList, ABinaryListThatGrowsByReferencesIsRefused)
     EXPECT_TRUE(PropertyList::read(binary(objects + '\x09', offsets)).isNil());
 }
 
+TEST(PropertyList, RecordsOfABinaryListThatNameTheSameFieldsKeepTheirOwnValues)
+{
+    Array records = Array::empty();
+    for (int i = 0; i < 100; ++i)
+        records.append(Dictionary{{"number", i}, {i % 3 == 0 ? "third" : "other", Dictionary{{"inner", -i}}}});
+    Array read = PropertyList::read(PropertyList::toBinary(records)).array();
+    EXPECT_EQ(read, records);
+    // What they share stays as it is when one of them changes.
+    Dictionary first = read[0].dictionary();
+    first.set("new", true);
+    first.remove("number");
+    EXPECT_EQ(read, records);
+}
+
+TEST(PropertyList, TheLastValueOfANameThatABinaryListHasTwiceStays)
+{
+    const std::string objects("\xD2\x01\x01\x02\x03\x51k\x08\x09", 9);
+    EXPECT_EQ(PropertyList::read(binary(objects, {8, 13, 15, 16})), Value(Dictionary{{"k", true}}));
+}
+
+TEST(PropertyList, ABinaryListIsRefusedWhereANameOrAValueIsNone)
+{
+    // A number as a name; a value of an unknown kind, in a dictionary and behind a name that is there twice.
+    EXPECT_TRUE(PropertyList::read(binary(std::string("\xD1\x01\x02\x08\x09", 5), {8, 11, 12})).isNil());
+    EXPECT_TRUE(PropertyList::read(binary(std::string("\xD1\x01\x02\x51k\xE0", 6), {8, 11, 13})).isNil());
+    EXPECT_TRUE(
+        PropertyList::read(binary(std::string("\xD2\x01\x01\x02\x03\x51k\x08\xE0", 9), {8, 13, 15, 16})).isNil());
+}
+
 TEST(PropertyList, DamagedBinaryListsNeverCrash)
 {
     const std::string good(PropertyList::toBinary(everyKind()).view().substr(0, 400));
