@@ -14,7 +14,7 @@ void describe(const String &path, const String &coverPath)
     std::printf("track %d, %d s, %d Hz\n", data->trackNo(), data->duration(), data->sampleRate());
 
     const AudioMetadata *tags = data->audioMetadata(); // null for a file without any
-    if (!tags || tags->GetAttachedPictures().empty())
+    if (!tags || tags->GetAttachedPictureCount() == 0)
         return;
     const Image cover = Image::fromData(tags->GetAttachedPictures().front().GetData(), 100);
     std::printf("cover, at most 100 pixels a side: %d x %d\n", cover.width(), cover.height());

@@ -118,7 +118,7 @@ std::shared_ptr<AsyncTaskIOS> artworkTask(String path, int side)
         };
         const auto tags = AudioMetadata::CreateMetadataForURL(path);
         const bool hasCover =
-            tags && !tags->GetAttachedPictures().empty() && load(tags->GetAttachedPictures().front().GetData());
+            tags && tags->GetAttachedPictureCount() > 0 && load(tags->GetAttachedPictures().front().GetData());
         if (hasCover || load(Thumbnail::jpegOfFile(path, side * 2)))
             image = image.scaled(side, side, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
         task.setUserResult(Object::of(image));

@@ -305,4 +305,9 @@ const std::vector<AttachedPicture> &AudioMetadata::GetAttachedPictures() const
     return d->attachedPictures;
 }
 
+std::size_t AudioMetadata::GetAttachedPictureCount() const noexcept
+{
+    return d->pictures.size();
+}
+
 } // namespace kelvane

@@ -6,6 +6,7 @@
 #include <kelvane/foundation/Value.h>
 #include <kelvane/platform/AttachedPicture.h>
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -150,8 +151,10 @@ public:
     [[nodiscard]] const Value &GetSampleRate() const noexcept;
     [[nodiscard]] const Value &GetChannelsPerFrame() const noexcept;
 
-    /// The pictures in the order of the file. To know whether a file has a cover, ask here: nothing is written.
+    /// The pictures in the order of the file, copied when they are first asked for.
     [[nodiscard]] const std::vector<AttachedPicture> &GetAttachedPictures() const;
+    /// How many there are. To know whether a file has a cover, ask here: nothing is copied.
+    [[nodiscard]] std::size_t GetAttachedPictureCount() const noexcept;
 
 private:
     struct Private;

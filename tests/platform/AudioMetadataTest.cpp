@@ -156,6 +156,7 @@ TEST_P(EveryFormat, ReadsWhatAnotherProgramWrote)
     EXPECT_TRUE(file->GetTitleSortOrder().isNull());
     EXPECT_TRUE(file->GetDiscNumber().isNil());
     EXPECT_EQ(file->GetAttachedPictures().size(), GetParam().hasCover ? 1U : 0U);
+    EXPECT_EQ(file->GetAttachedPictureCount(), GetParam().hasCover ? 1U : 0U);
     EXPECT_NEAR(file->GetDuration().doubleValue(), 1.5, 0.1);
     EXPECT_EQ(file->GetSampleRate().intValue(), std::string(GetParam().name) == "Opus" ? 48000 : 44100);
     EXPECT_EQ(file->GetChannelsPerFrame(), Value(1));

@@ -51,7 +51,7 @@ constexpr Property properties[] = {PROPERTY(filePath), PROPERTY(title), PROPERTY
 std::size_t artworkCountOf(const Mediadata &metadata)
 {
     const AudioMetadata *tags = metadata.audioMetadata();
-    return tags ? tags->GetAttachedPictures().size() : 0;
+    return tags ? tags->GetAttachedPictureCount() : 0;
 }
 
 Json mediaJson(const std::string &path, const Mediadata &metadata)
