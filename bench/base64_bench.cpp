@@ -6,18 +6,21 @@
 //   256 KiB, lines   a line break every 76 characters, which modp_b64 refuses: it is given clean text; the lines may cost us as
 //                    much again as the clean text may
 //   64 MiB           clean text, does not fit
+//   a byte           of texts of 300 KB to 30 MB. What grows is the way to memory: beside it std::memcpy of as many bytes
 #include "support/Contest.h"
 
 #include <kelvane/common/Base64Encode.h>
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <glib.h>
 #include <memory>
 #include <modp_b64.h>
 #include <openssl/evp.h>
 #include <random>
 #include <string>
+#include <vector>
 
 using namespace kelvane;
 using namespace kelvane::bench;
@@ -120,6 +123,64 @@ std::string withLines(std::string text)
     return lines;
 }
 
+double secondsPerByte(Coder work, const std::string &input)
+{
+    const int times = 60'000'000 / static_cast<int>(input.size());
+    return seconds([&] {
+        for (int i = 0; i < times; ++i)
+            require(work(input) > 0, "a result");
+    }) / times
+        / static_cast<double>(input.size());
+}
+
+/// As many bytes read and as many written as a coder has to, and nothing else done.
+std::size_t copyAsEncoded(const std::string &data)
+{
+    const Memory out(std::malloc(data.size() / 3 * 4));
+    std::memcpy(out.get(), data.data(), data.size());
+    std::memcpy(chars(out) + data.size(), data.data(), data.size() / 3);
+    asm volatile("" : : "r"(out.get()) : "memory"); // or the compiler leaves out what nobody reads
+    return data.size();
+}
+std::size_t copyAsDecoded(const std::string &text)
+{
+    const Memory out(std::malloc(text.size() / 4 * 3));
+    std::memcpy(out.get(), text.data(), text.size() / 4 * 3);
+    asm volatile("" : : "r"(out.get()) : "memory");
+    return text.size();
+}
+
+void grow()
+{
+    const std::vector<int> sizes{300'000, 3'000'000, 30'000'000};
+    const auto encoding = [](Coder coder) {
+        return [coder](int size) { return secondsPerByte(coder, randomBytes(static_cast<std::size_t>(size))); };
+    };
+    const auto decoding = [](Coder coder) {
+        return [coder](int size) {
+            const std::string data = randomBytes(static_cast<std::size_t>(size));
+            return secondsPerByte(coder, std::string(Base64Encode::encodeBytes(data.data(), data.size()).view()));
+        };
+    };
+    const auto encode = encoding(ourEncode);
+    const auto decode = decoding(ourDecode);
+    const Unit perByte{"ns/byte", 1e9};
+    scaling("base64", "encode a byte", perByte, sizes, encode, 5);
+    scaling("base64", "decode a byte", perByte, sizes, decode, 5);
+    // The least that any coder can do, at each of the sizes.
+    for (const int size : sizes) {
+        const std::string bytes = ", " + std::to_string(size) + " bytes";
+        Contest("base64", "encode" + bytes, perByte)
+            .ours([&] { return encode(size); })
+            .peer("std::memcpy", 0, [&] { return encoding(copyAsEncoded)(size); })
+            .run();
+        Contest("base64", "decode" + bytes, perByte)
+            .ours([&] { return decode(size); })
+            .peer("std::memcpy", 0, [&] { return decoding(copyAsDecoded)(size); })
+            .run();
+    }
+}
+
 } // namespace
 
 int main()
@@ -163,4 +224,11 @@ int main()
         .peer("modp_b64", 0.8, round(modpDecode, largeText, large.size()))
         .peer("OpenSSL", 0.6, round(opensslDecode, largeText, large.size()))
         .run();
+    const auto memory = [&](Coder coder) { return memoryOf([coder, &largeText] { (void)coder(largeText); }); };
+    Contest("base64", "decode 64 MiB, peak memory", {"MB", 1e-6})
+        .ours(memory(ourDecode))
+        .peer("modp_b64", 0, memory(modpDecode))
+        .peer("OpenSSL", 0, memory(opensslDecode))
+        .run(3);
+    grow();
 }

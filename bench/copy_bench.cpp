@@ -11,6 +11,7 @@
 
 #include <kelvane/storage/FastFileCopyer.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -110,10 +111,25 @@ void makeFile(const fs::path &path)
         file << block;
 }
 
-void makeTree(const fs::path &root, bool hasAttributes)
+/// Of a tenth and a hundredth of a file, so that it can be said what a byte costs in each.
+std::function<double(int)> copyingParts(const fs::path &file, const fs::path &folder)
+{
+    return [=](int bytes) {
+        const fs::path part = folder / "part";
+        fs::copy_file(file, part, fs::copy_options::overwrite_existing);
+        fs::resize_file(part, static_cast<std::uintmax_t>(bytes));
+        double sum = 0;
+        const int times = std::max(1, 200'000'000 / bytes);
+        for (int i = 0; i < times; ++i)
+            sum += copying(part, folder, copyWithKelvane, "cmp", false)();
+        return sum / times / bytes;
+    };
+}
+
+void makeTree(const fs::path &root, bool hasAttributes, int folders = 100)
 {
     const std::string content(4096, 'k');
-    for (int number = 0; number < 100; ++number) {
+    for (int number = 0; number < folders; ++number) {
         const fs::path folder = root / std::to_string(number);
         fs::create_directories(folder);
         for (int file = 0; file < 100; ++file) {
@@ -141,6 +157,7 @@ int main(int argc, char **argv)
         .peer("GIO", 1, copyingFile(copyWithGio))
         .peer("std::filesystem", 1, copyingFile(copyWithStandardLibrary))
         .run();
+    scaling("copy", "a byte", {"ns", 1e9}, {10'000'000, 100'000'000, 1'000'000'000}, copyingParts(file, folder), 3);
     fs::remove(file);
 
     for (const bool hasAttributes : {false, true}) {
@@ -154,6 +171,19 @@ int main(int argc, char **argv)
             .peer(rsync, 0.5, copyingTree(program(rsync, "/")))
             .run();
     }
+    const auto treeOf = [&](int files) { return fs::path(folder) / ("tree-of-" + std::to_string(files)); };
+    for (const int files : {100, 1'000, 10'000})
+        makeTree(treeOf(files), false, files / 100);
+    scaling(
+        "copy", "a file of a tree", {"us", 1e6}, {100, 1'000, 10'000},
+        [&](int files) {
+            double sum = 0;
+            const int times = 10'000 / files / 10 + 1;
+            for (int i = 0; i < times; ++i)
+                sum += copying(treeOf(files), folder, copyWithKelvane, "diff -r", true)();
+            return sum / times / files;
+        },
+        5);
     fs::remove_all(folder);
     return 0;
 }

@@ -7,6 +7,9 @@
 //   front, middle    inserted at index 0, at half of the count
 //   find and delete  items in random order: found by identity, deleted (ours: and committed)
 //   delete all       all items at once (ours: and committed)
+//   peak memory      of a list of 10^6 items and the items
+// What grows with the size is the way to memory: an item in random order is in no cache. A std::list whose places a
+// std::unordered_map knows shows how much.
 // Peers find by looking through the list; what takes them long is done for a sample of the items.
 #include "support/Contest.h"
 
@@ -16,10 +19,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <gio/gio.h>
+#include <list>
 #include <memory>
 #include <QStandardItemModel>
 #include <random>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 using namespace kelvane;
@@ -196,6 +201,35 @@ double findAndDelete(int count, int sampleSize)
     return time / static_cast<double>(chosen.size());
 }
 
+/// The least that finding and deleting can take: a constant number of steps, and no events.
+double findAndDeleteInTable(int count)
+{
+    const auto items = OurList::makeItems(count);
+    std::list<OurList::Item> list(items.begin(), items.end());
+    std::unordered_map<const void *, std::list<OurList::Item>::iterator> places;
+    for (auto place = list.begin(); place != list.end(); ++place)
+        places.emplace(place->get(), place);
+    const auto chosen = sample(count, count);
+    const double time = seconds([&] {
+        for (const int index : chosen) {
+            const auto found = places.find(items[static_cast<std::size_t>(index)].get());
+            list.erase(found->second);
+            places.erase(found);
+        }
+    });
+    require(list.empty(), "a list without items");
+    return time / count;
+}
+
+template <class List>
+void keep(int count)
+{
+    auto *list = new List;
+    for (auto &item : List::makeItems(count))
+        list->append(item);
+    require(list->count() == count, "a filled list");
+}
+
 template <class List>
 double deleteAll(int count)
 {
@@ -246,6 +280,14 @@ void compare(int count)
 int main()
 {
     const std::vector<int> sizes{10'000, 100'000, 1'000'000};
+    // Before this process has memory that a child would find already there.
+    const int most = sizes.back();
+    Contest("list", "peak memory of 1,000,000 items", {"bytes/item", 1.0 / most})
+        .ours(memoryOf([=] { keep<OurList>(most); }))
+        .peer("QStandardItemModel", 0, memoryOf([=] { keep<QtList>(most); }))
+        .peer("GListStore", 0, memoryOf([=] { keep<GlibList>(most); }))
+        .run(3);
+
     std::for_each(sizes.begin(), sizes.end(), compare);
 
     const Unit unit{"ns/item", 1e9};
@@ -256,4 +298,8 @@ int main()
     scaling(
         "list", "find and delete", unit, sizes, [](int size) { return findAndDelete<OurList>(size, size); }, 5);
     scaling("list", "delete all", unit, sizes, deleteAll<OurList>, 5);
+    for (const int larger : {100'000, 1'000'000})
+        growthBeside(
+            "list", "find and delete", larger / 10, larger, [](int size) { return findAndDelete<OurList>(size, size); },
+            "std::list and std::unordered_map", findAndDeleteInTable, 5);
 }

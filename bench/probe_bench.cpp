@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <functional>
 #include <random>
 #include <string>
@@ -63,6 +64,27 @@ bool searchMapping(const std::string &path, const std::function<bool(std::string
     return found;
 }
 
+/// Files of a hundredth, a tenth and all of the size; each round looks through as much in all.
+void probeParts(const std::string &path)
+{
+    const auto nameOf = [&path](int part) { return path + '.' + std::to_string(part); };
+    const std::vector<int> sizes{static_cast<int>(size / 100), static_cast<int>(size / 10), static_cast<int>(size)};
+    for (const int part : sizes) {
+        std::filesystem::copy_file(path, nameOf(part));
+        std::filesystem::resize_file(nameOf(part), static_cast<std::uintmax_t>(part));
+    }
+    scaling("probe", "a byte", {"ns", 1e9}, sizes, [&](int part) {
+        const int times = static_cast<int>(size) / part;
+        return seconds([&] {
+            for (int i = 0; i < times; ++i)
+                require(!kelvane::TagFile(nameOf(part)).isExistArtwork(), "no mark");
+        }) / times
+            / part;
+    });
+    for (const int part : sizes)
+        std::filesystem::remove(nameOf(part));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -85,6 +107,8 @@ int main(int argc, char **argv)
             .peer("string_view::find", 0.8,
                 inMapping([](std::string_view bytes) { return bytes.find(mark) != std::string_view::npos; }))
             .run();
+        if (!isText)
+            probeParts(path);
         std::remove(path.c_str());
     }
 }

@@ -7,13 +7,11 @@
 //   info   what is known of 300 mp3, 300 m4a, 100 flac and 100 mp4 as JSON, all files in one process; mediainfo, which
 //          takes milliseconds for each, gets every eighth
 // programs_bench KELVANE SUPPORT-FOLDER
+#include "support/Command.h"
 #include "support/Contest.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -23,39 +21,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Usage {
-    double seconds;
-    double peakBytes;
-};
-
-Usage runCommand(const std::string &command)
-{
-    Usage usage{};
-    usage.seconds = seconds([&] {
-        const pid_t child = fork();
-        require(child >= 0, "a process");
-        if (child == 0) {
-            const std::string line = "exec " + command + " >out.txt 2>err.txt";
-            execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-            std::_Exit(127);
-        }
-        int status = 0;
-        rusage used{};
-        require(
-            wait4(child, &status, 0, &used) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0, command.c_str());
-        usage.peakBytes = static_cast<double>(used.ru_maxrss) * 1024;
-    });
-    return usage;
-}
-
 void make(const std::string &command)
 {
     require(std::system(command.c_str()) == 0, command.c_str());
-}
-
-std::string quoted(const std::string &word)
-{
-    return '\'' + word + '\'';
 }
 
 // Commands with %s for what they shall read.
@@ -82,7 +50,7 @@ void compare(const std::string &area, const std::string &work, const Unit &unit,
     for (const Program &program : programs) {
         const auto run = [line = lineOf(program), made] {
             fs::remove(made);
-            const Usage usage = runCommand(line);
+            const Usage usage = runCommand(line, "out.txt");
             require(fs::file_size(made) > 1000, ("a result of " + line).c_str());
             return usage;
         };
@@ -103,7 +71,13 @@ void compare(const std::string &area, const std::string &work, const Unit &unit,
 
 void convertPhotos(const std::string &kelvane, const std::string &support)
 {
-    make(quoted(support + "/make-photos") + " .");
+    make(shellWord(support + "/make-photos") + " .");
+    scaling(
+        "heic", "a pixel", {"ns", 1e9}, {120'000, 1'200'000, 12'000'000},
+        [&kelvane](int pixels) {
+            return runCommand(kelvane + " heic2jpg --force -o . " + std::to_string(pixels) + ".heic").seconds / pixels;
+        },
+        5);
     for (const bool isTiled : {false, true}) {
         const std::string photo = isTiled ? "tiled.heic" : "one.heic";
         const double target = isTiled ? 0.35 : 0.5;
@@ -123,14 +97,15 @@ struct Kind {
     const char *options;
 };
 
+constexpr Kind kinds[] = {
+    {"mp3", 300, "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k"},
+    {"m4a", 300, "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k"},
+    {"flac", 100, "-map 0 -map 2 -c:v copy -disposition:v attached_pic"},
+    {"mp4", 100, "-map 0 -map 1 -c:v libx264 -preset ultrafast -b:a 128k"},
+};
+
 void makeMedia()
 {
-    constexpr Kind kinds[] = {
-        {"mp3", 300, "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k"},
-        {"m4a", 300, "-map 0 -map 2 -c:v copy -disposition:v attached_pic -b:a 128k"},
-        {"flac", 100, "-map 0 -map 2 -c:v copy -disposition:v attached_pic"},
-        {"mp4", 100, "-map 0 -map 1 -c:v libx264 -preset ultrafast -b:a 128k"},
-    };
     make("ffmpeg -v error -y -f lavfi -i mandelbrot=s=1000x1000 -frames:v 1 -q:v 2 cover.jpg");
     fs::create_directory("media");
     for (const Kind &kind : kinds) {
@@ -143,6 +118,16 @@ void makeMedia()
     }
 }
 
+/// The names of so many files, of each kind as large a share as of all.
+std::string someMedia(int count)
+{
+    std::string names;
+    for (const Kind &kind : kinds)
+        for (int i = 0; i < kind.count * count / 800; ++i)
+            names += " media/" + std::to_string(i) + '.' + kind.name;
+    return names;
+}
+
 void tellOfFiles(const std::string &kelvane)
 {
     makeMedia();
@@ -152,6 +137,9 @@ void tellOfFiles(const std::string &kelvane)
             {"mediainfo", 0.1, "mediainfo --Output=JSON %s",
                 "media/*[05].mp3 media/*[05].m4a media/*5.flac media/*5.mp4", 140}},
         "out.txt");
+    scaling(
+        "info", "a file as JSON", {"ms", 1e3}, {8, 80, 800},
+        [&kelvane](int files) { return runCommand(kelvane + " info --json " + someMedia(files)).seconds / files; }, 5);
 }
 
 void tellTheVersion(const std::string &kelvane)
@@ -180,7 +168,7 @@ int main(int argc, char **argv)
     require(argc == 3, "arguments: KELVANE SUPPORT-FOLDER");
     std::string pattern = (fs::temp_directory_path() / "programs-bench-XXXXXX").native();
     const fs::path folder = mkdtemp(pattern.data());
-    const std::string kelvane = quoted(fs::canonical(argv[1]).native());
+    const std::string kelvane = shellWord(fs::canonical(argv[1]).native());
     const std::string support = fs::canonical(argv[2]).native();
     fs::current_path(folder);
     tellTheVersion(kelvane);

@@ -23,7 +23,7 @@ using namespace kelvane::bench;
 
 namespace {
 
-constexpr std::size_t count = 1'000'000;
+constexpr int count = 1'000'000;
 constexpr std::size_t kept = 1000; // copies alive at once, as in a list that is filled and emptied
 
 /// The same fields, as many of each type as MediaBase has, the way they would be written without our vocabulary.
@@ -77,27 +77,52 @@ void fill(Records &records, bool (*isSet)(std::string_view))
     }
 }
 
-Contest::Round copying(auto copy)
+double secondsPerCopy(auto copy, int times)
 {
-    return [copy] {
-        std::vector<decltype(copy())> copies(kept);
-        return seconds([&] {
-            for (std::size_t i = 0; i < count; ++i)
-                copies[i % kept] = copy();
-        }) / count;
-    };
+    std::vector<decltype(copy())> copies(kept);
+    return seconds([&] {
+        for (std::size_t i = 0; i < static_cast<std::size_t>(times); ++i)
+            copies[i % kept] = copy();
+    }) / times;
 }
 
-void measure(const char *name, bool (*isSet)(std::string_view))
+Contest::Round copying(auto copy)
+{
+    return [copy] { return secondsPerCopy(copy, count); };
+}
+
+Contest::Round memoryOfCopies(auto copy)
+{
+    constexpr std::size_t many = 100'000;
+    return memoryOf([copy] {
+        auto *copies = new std::vector<decltype(copy())>;
+        copies->reserve(many);
+        while (copies->size() < many)
+            copies->push_back(copy());
+    });
+}
+
+void measure(const std::string &name, bool (*isSet)(std::string_view))
 {
     Records records;
     fill(records, isSet);
+    const auto ours = [&] { return records.ours.copy(); };
+    const auto plain = [&] { return std::make_shared<decltype(records.plain)>(records.plain); };
+    const auto qt = [&] { return std::make_shared<decltype(records.qt)>(records.qt); };
+    // Before this process has memory that a child would find already there.
+    Contest("record", name + ", peak memory of 100,000", {"MB", 1e-6})
+        .ours(memoryOfCopies(ours))
+        .peer("std::optional<std::string> fields", 0, memoryOfCopies(plain))
+        .peer("QString fields", 0, memoryOfCopies(qt))
+        .run(3);
     Contest("record", name, {"ns/copy", 1e9})
-        .ours(copying([&] { return records.ours.copy(); }))
-        .peer("std::optional<std::string> fields", 0.2,
-            copying([&] { return std::make_shared<decltype(records.plain)>(records.plain); }))
-        .peer("QString fields", 0, copying([&] { return std::make_shared<decltype(records.qt)>(records.qt); }))
+        .ours(copying(ours))
+        .peer("std::optional<std::string> fields", 0.2, copying(plain))
+        .peer("QString fields", 0, copying(qt))
         .run();
+    scaling(
+        "record", name, {"ns/copy", 1e9}, {10'000, 100'000, 1'000'000},
+        [&](int times) { return secondsPerCopy(ours, times); }, 5);
 }
 
 } // namespace

@@ -86,14 +86,19 @@ void makeLog(const std::string &path, bool isWal)
     executeByHand(database, "CREATE TABLE log (id INTEGER PRIMARY KEY, title TEXT, size INTEGER)");
 }
 
-void updateWithHelper(const std::string &path, bool isWal)
+void insertWithHelper(const std::string &path, bool isWal, int count)
 {
     SqliteHelper helper(path);
     if (isWal)
         require(helper.connection()->executeUpdate(normalSql), normalSql);
     const String sql = insertSql;
-    for (int i = 0; i < updates; ++i)
+    for (int i = 0; i < count; ++i)
         require(helper.executeUpdate(sql, Array{i, "a title of a song", i * 3}), insertSql);
+}
+
+void updateWithHelper(const std::string &path, bool isWal)
+{
+    insertWithHelper(path, isWal, updates);
 }
 
 void updateWithQt(const std::string &path, bool isWal)
@@ -244,9 +249,9 @@ Contest::Round reading(const std::string &path, Read read)
     return [=] { return inChild([&] { return seconds([&] { read(path); }); }); };
 }
 
-Contest::Round memoryOf(const std::string &path, Read read)
+Contest::Round memoryOfReading(const std::string &path, Read read)
 {
-    return [=] { return peakMemoryInChild([] {}, [&] { read(path); }); };
+    return memoryOf([=] { read(path); });
 }
 
 } // namespace
@@ -265,8 +270,29 @@ int main(int argc, char **argv)
             .peer("Qt SQL", 0.75, updating(log, isWal, updateWithQt))
             .run();
 
+    scaling(
+        "sqlite", "update, write-ahead log", {"us", 1e6}, {1'000, 10'000, 100'000},
+        [&log](int count) {
+            makeLog(log, true);
+            return inChild([&] { return seconds([&] { insertWithHelper(log, true, count); }) / count; });
+        },
+        5);
+
     const std::string media = folder + "/media.db";
     makeMedia(media);
+    scaling(
+        "sqlite", "row of a table", {"us", 1e6}, {10'000, 100'000, 1'000'000},
+        [&media](int count) {
+            return inChild([&] {
+                const String sql(std::string(tableSql) + " LIMIT " + std::to_string(count));
+                SqliteHelper helper(media);
+                return seconds([&] {
+                    const auto *table = new Array(helper.executeDataTable(sql));
+                    require(table->size() == static_cast<std::size_t>(count), "a part of our table");
+                }) / count;
+            });
+        },
+        5);
     Contest("sqlite", "row of a table of 1,000,000", {"us", 1e6 / rows})
         .ours(reading(media, readWithHelper))
         .peer("Qt SQL to QVariantMap", 0.4, reading(media, readWithQt))
@@ -274,9 +300,9 @@ int main(int argc, char **argv)
         .run();
     // Memory does not vary: three rounds tell it.
     Contest("sqlite", "memory of a table of 1,000,000 rows", {"MB", 1e-6})
-        .ours(memoryOf(media, readWithHelper))
-        .peer("Qt SQL to QVariantMap", 0.5, memoryOf(media, readWithQt))
-        .peer("C interface to unordered_map", 0.5, memoryOf(media, readByHand))
+        .ours(memoryOfReading(media, readWithHelper))
+        .peer("Qt SQL to QVariantMap", 0.5, memoryOfReading(media, readWithQt))
+        .peer("C interface to unordered_map", 0.5, memoryOfReading(media, readByHand))
         .run(3);
     std::filesystem::remove_all(folder);
     return 0;

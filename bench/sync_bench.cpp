@@ -9,6 +9,7 @@
 //
 // sync_bench [FOLDER [COUNT]]: where the files are, the temporary folder where it is not given; 1000 files. Needs ffmpeg and
 // rsync.
+#include "support/Command.h"
 #include "support/Contest.h"
 
 #include <kelvane/platform/AudioMetadata.h>
@@ -17,6 +18,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -28,41 +30,51 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// Of one to eight megabytes, or of a second each: those tell what a file costs.
+enum class Songs { whole, small };
+
 void run(const std::string &command)
 {
     require(std::system(command.c_str()) == 0, command.c_str());
 }
 
-std::string quoted(const fs::path &path)
+std::string word(const fs::path &path)
 {
-    return " '" + path.native() + "'";
+    return ' ' + shellWord(path);
 }
 
 /// Songs with a cover, of several lengths and kinds: noise, which no encoder makes small.
-std::vector<fs::path> encodeOriginals(const fs::path &folder)
+std::vector<fs::path> encodeOriginals(const fs::path &folder, Songs songs)
 {
     fs::create_directory(folder);
-    run("ffmpeg -nostdin -v error -f lavfi -i testsrc=size=600x600 -frames:v 1" + quoted(folder / "cover.jpg"));
+    run("ffmpeg -nostdin -v error -f lavfi -i testsrc=size=600x600 -frames:v 1" + word(folder / "cover.jpg"));
     struct Kind {
         const char *name;
         int bytesPerSecond; // about
     };
     std::vector<fs::path> originals;
+    if (songs == Songs::small) {
+        originals.push_back(folder / "small.mp3");
+        run("ffmpeg -nostdin -v error -f lavfi -i anoisesrc=amplitude=0.3:duration=1 -i" + word(folder / "cover.jpg")
+            + " -map 0 -map 1 -c:v copy -disposition:v attached_pic -b:a 128k" + word(originals.back()));
+        fs::remove(folder / "cover.jpg");
+        return originals;
+    }
     for (const auto &[name, bytesPerSecond] : {Kind{"mp3", 40'000}, Kind{"m4a", 32'000}, Kind{"flac", 140'000}})
         for (const int megabytes : {1, 3, 5, 8}) {
             originals.push_back(folder / (std::to_string(megabytes) + "." + name));
             run("ffmpeg -nostdin -v error -f lavfi -i anoisesrc=amplitude=0.3:duration="
-                + std::to_string(megabytes * 1'000'000 / bytesPerSecond) + " -i" + quoted(folder / "cover.jpg")
-                + " -map 0 -map 1 -c:v copy -disposition:v attached_pic -ac 2 -b:a 320k" + quoted(originals.back()));
+                + std::to_string(megabytes * 1'000'000 / bytesPerSecond) + " -i" + word(folder / "cover.jpg")
+                + " -map 0 -map 1 -c:v copy -disposition:v attached_pic -ac 2 -b:a 320k" + word(originals.back()));
         }
     fs::remove(folder / "cover.jpg");
     return originals;
 }
 
-void makeSongs(const fs::path &folder, int count)
+void makeSongs(const fs::path &folder, int count, Songs songs)
 {
     const fs::path sources = folder.native() + "-originals";
-    const std::vector<fs::path> originals = encodeOriginals(sources);
+    const std::vector<fs::path> originals = encodeOriginals(sources, songs);
     fs::create_directory(folder);
     for (int i = 0; i < count; ++i) {
         const fs::path &original = originals[static_cast<std::size_t>(i) % originals.size()];
@@ -80,9 +92,13 @@ void makeSongs(const fs::path &folder, int count)
 
 class Devices {
 public:
-    Devices(fs::path folder, int count) : _folder(std::move(folder)), _songs(_folder / "songs"), _count(count)
+    Devices(fs::path folder, int count, Songs songs = Songs::whole)
+        : _folder(std::move(folder)),
+          _songs(_folder / "songs"),
+          _count(count)
     {
-        makeSongs(_songs, count);
+        fs::create_directory(_folder);
+        makeSongs(_songs, count, songs);
     }
 
     /// A round of a first run: `command` copies from the one to the other.
@@ -92,10 +108,21 @@ public:
             const fs::path device = _folder / ("device-" + std::to_string(++_devices));
             fs::create_directory(device);
             settle();
-            const double took = seconds([&] { run(command + quoted(_songs) + quoted(device) + " > /dev/null"); });
+            const double took = seconds([&] { run(command + word(_songs) + word(device) + " > /dev/null"); });
             require(filesIn(device) >= _count, "a copy of each song");
             fs::remove_all(device);
             return took;
+        };
+    }
+    /// The peak of what a first run's largest process has in memory.
+    Contest::Round memoryOfFirst(const std::string &command)
+    {
+        return [this, command] {
+            const fs::path device = _folder / ("device-" + std::to_string(++_devices));
+            fs::create_directory(device);
+            const Usage usage = runCommand(command + word(_songs) + word(device));
+            fs::remove_all(device);
+            return usage.peakBytes;
         };
     }
     /// A round of a second run to a device that stays.
@@ -103,11 +130,11 @@ public:
     {
         const fs::path device = _folder / ("device-" + std::to_string(++_devices));
         fs::create_directory(device);
-        run(command + quoted(_songs) + quoted(device) + " > /dev/null");
+        run(command + word(_songs) + word(device) + " > /dev/null");
         const auto files = filesIn(device);
         return [this, command, device, files] {
             settle();
-            const double took = seconds([&] { run(command + quoted(_songs) + quoted(device) + " > /dev/null"); });
+            const double took = seconds([&] { run(command + word(_songs) + word(device) + " > /dev/null"); });
             require(filesIn(device) == files, "nothing new on the device");
             return took;
         };
@@ -115,7 +142,10 @@ public:
 
 private:
     /// The songs are in memory, and nothing waits to be written.
-    void settle() const { run("cat" + quoted(_songs) + "/* > /dev/null && sync -f" + quoted(_folder)); }
+    void settle() const
+    {
+        run("find" + word(_songs) + " -type f -exec cat {} + > /dev/null && sync -f" + word(_folder));
+    }
     static std::ptrdiff_t filesIn(const fs::path &folder)
     {
         return std::count_if(fs::recursive_directory_iterator(folder), fs::recursive_directory_iterator(),
@@ -148,6 +178,24 @@ int main(int argc, char **argv)
         .ours(devices.second(ours))
         .peer("rsync -a", 1.5, devices.second("rsync -a"))
         .run();
+    Contest("sync", files + ", first run, peak memory", {"MB", 1e-6})
+        .ours(devices.memoryOfFirst(ours))
+        .peer("cp -a", 0, devices.memoryOfFirst("cp -a"))
+        .peer("rsync -a", 0, devices.memoryOfFirst("rsync -a"))
+        .run(1);
+
+    std::map<int, Devices> growing;
+    for (const int size : {100, 1'000, 10'000})
+        growing.try_emplace(size, fs::path(folder) / std::to_string(size), size, Songs::small);
+    scaling(
+        "sync", "a file, first run", {"ms", 1e3}, {100, 1'000, 10'000},
+        [&](int size) { return growing.at(size).first(ours)() / size; }, 3);
+    std::map<int, Contest::Round> again;
+    for (auto &[size, device] : growing)
+        again[size] = device.second(ours);
+    scaling(
+        "sync", "a file, second run", {"ms", 1e3}, {100, 1'000, 10'000},
+        [&](int size) { return again.at(size)() / size; }, 5);
     fs::remove_all(folder);
     return 0;
 }

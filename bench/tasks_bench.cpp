@@ -227,6 +227,14 @@ int main()
         "tasks", "empty tasks", {"us/task", 1e6}, {10'000, 100'000, 1'000'000},
         [](int size) { return tasks(ours(), size, nothing, Start::warm)() / size; }, 3);
 
+    const auto memory = [](const Engine &engine) { return memoryOf([engine] { engine()(100'000, nothing); }); };
+    Contest("tasks", "100,000 empty tasks, peak memory", {"MB", 1e-6})
+        .ours(memory(ours()))
+        .peer("ThreadWeaver", 0, memory(threadWeaver(100)))
+        .peer("QtConcurrent, pool of 2", 0, memory(qtConcurrent(2)))
+        .peer("GTask", 0, memory(glib()))
+        .run(3);
+
     Contest("tasks", "one task, start to done", {"us", 1e6})
         .ours(trips(ours()))
         .peer("asio, future", 1.0, trips(asioPool(2)))

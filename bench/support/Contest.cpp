@@ -114,6 +114,17 @@ void scaling(const std::string &area, const std::string &work, const Unit &unit,
     }
 }
 
+void growthBeside(const std::string &area, const std::string &work, int smaller, int larger,
+    const std::function<double(int size)> &secondsPerItem, const std::string &peer,
+    const std::function<double(int size)> &secondsPerItemOfPeer, int rounds)
+{
+    const auto growth = [=](const auto &ofSize) { return [=] { return ofSize(larger) / ofSize(smaller); }; };
+    Contest(area, work + ", growth from " + std::to_string(smaller) + " to " + std::to_string(larger), {"times"})
+        .ours(growth(secondsPerItem))
+        .peer(peer, 1, growth(secondsPerItemOfPeer))
+        .run(rounds);
+}
+
 void require(bool isRight, const char *what)
 {
     if (isRight)
@@ -157,6 +168,11 @@ double peakMemoryInChild(const std::function<void()> &prepare, const std::functi
         work();
         return peakBytes() - before;
     });
+}
+
+Contest::Round memoryOf(const std::function<void()> &work)
+{
+    return [work] { return peakMemoryInChild([] {}, work); };
 }
 
 } // namespace kelvane::bench

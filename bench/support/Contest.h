@@ -53,6 +53,12 @@ private:
 void scaling(const std::string &area, const std::string &work, const Unit &unit, const std::vector<int> &sizes,
     const std::function<double(int size)> &secondsPerItem, int rounds = 7);
 
+/// How much more an item costs in the larger of two sizes, beside how much more it costs `peer`, which does a constant number
+/// of steps for each in the plainest way there is: what grows with it is the machine's memory, and bounds everybody.
+void growthBeside(const std::string &area, const std::string &work, int smaller, int larger,
+    const std::function<double(int size)> &secondsPerItem, const std::string &peer,
+    const std::function<double(int size)> &secondsPerItemOfPeer, int rounds = 7);
+
 /// Ends the program with a message: a wrong result is not worth timing.
 void require(bool isRight, const char *what);
 
@@ -65,5 +71,8 @@ double inChild(const Contest::Round &round);
 
 /// The same, but returns the growth of the resident set at its peak, in bytes, while `work` ran.
 double peakMemoryInChild(const std::function<void()> &prepare, const std::function<void()> &work);
+
+/// A round of a contest of memory: what the resident set grew by at its peak while `work` ran in a child process.
+Contest::Round memoryOf(const std::function<void()> &work);
 
 } // namespace kelvane::bench
