@@ -36,6 +36,27 @@ bool isHighControl(std::string_view character)
     return character.size() == 2 && character[0] == '\xc2' && static_cast<unsigned char>(character[1]) < 0xa0;
 }
 
+/// Characters without a look of their own that make a terminal show the text after them, or before, in another order.
+bool turnsText(std::string_view character)
+{
+    // U+061C; U+200E, U+200F, U+2028 to U+202E, U+2066 to U+2069; U+FEFF
+    if (character.size() == 2)
+        return character == "\xd8\x9c";
+    if (character.size() != 3)
+        return false;
+    const auto last = static_cast<unsigned char>(character[2]);
+    const std::string_view block = character.substr(0, 2);
+    return (block == "\xe2\x80" && (last == 0x8e || last == 0x8f || (last >= 0xa8 && last <= 0xae)))
+        || (block == "\xe2\x81" && last >= 0xa6 && last <= 0xa9) || character == "\xef\xbb\xbf";
+}
+
+bool isShown(std::string_view character)
+{
+    if (character.size() == 1)
+        return isPlain(static_cast<unsigned char>(character[0]));
+    return !isHighControl(character) && !turnsText(character);
+}
+
 } // namespace
 
 std::string printableText(std::string_view message)
@@ -48,10 +69,11 @@ std::string printableText(std::string_view message)
     while (!message.empty()) {
         const std::size_t length = characterLength(message);
         const std::string_view character = message.substr(0, std::max<std::size_t>(length, 1));
-        if (length == 1 ? isPlain(static_cast<unsigned char>(character[0])) : length > 1 && !isHighControl(character))
+        if (length > 0 && isShown(character))
             result += character;
         else
-            appendEscaped(result, static_cast<unsigned char>(character.back()));
+            for (const char byte : turnsText(character) ? character : character.substr(character.size() - 1))
+                appendEscaped(result, static_cast<unsigned char>(byte));
         message.remove_prefix(character.size());
     }
     return result;

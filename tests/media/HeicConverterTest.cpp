@@ -161,6 +161,25 @@ TEST_F(HeicModules, AModuleIsNotLookedForInTheWorkingDirectory)
         "error: dylib :" + photo.string() + " not exsit.\nfalse\n");
 }
 
+TEST_F(HeicModules, OneThatEverybodyMayWriteToIsWarnedOfOnce)
+{
+    useModule(KELVANE_FAKE_DECODER);
+    namespace fs = std::filesystem;
+    const fs::path module = folder.path("libheif.dylib");
+    const std::string pair = quoted(photo) + " " + quoted(folder.path("a.jpg")) + " ";
+    const std::string done = "true\ntrue\nend\n";
+    const auto output = [&] { return runWith("KELVANE_FAKE_ROTATION=0", pair + pair); };
+    EXPECT_EQ(output(), done);
+    fs::permissions(module, fs::perms::others_write, fs::perm_options::add);
+    EXPECT_EQ(output(),
+        "error: warning: the module " + module.string() + " was loaded, which everybody may write to.\n" + done);
+    fs::permissions(module, fs::perms::others_write, fs::perm_options::remove);
+    fs::permissions(folder.path(), fs::perms::others_write, fs::perm_options::add);
+    EXPECT_EQ(output(),
+        "error: warning: the module libheif.dylib was loaded from " + folder.path().string()
+            + ", which everybody may write to.\n" + done);
+}
+
 TEST_F(HeicModules, AModuleThatCannotBeLoadedGivesALineWithThePhoto)
 {
     writeFile(folder.path("libheif.dylib"), "no library");

@@ -71,12 +71,15 @@ TEST(ZenLogger, ControlCharactersDoNotReachTheTerminal)
         logger().ZenLogError(String(std::string_view("a\x1b[31mb\rc\0d\x7f", 12)));
         logger().ZenLogError("tab\there\nnext line");
         logger().ZenLogError("C1 \xc2\x9b end");
+        logger().ZenLogError("turned \u202e\u2066\u061c\ufeff end, and not \u2010 \u2060");
         logger().ZenLogError("broken \xff\xc3 end");
         logger().ZenLogError("plain \xc3\xa4 \xe2\x82\xac \xf0\x9f\x8e\xb5 {} %s");
     });
     EXPECT_THAT(shown, HasSubstr("a\\x1b[31mb\\x0dc\\x00d\\x7f\n"));
     EXPECT_THAT(shown, HasSubstr("tab\there\nnext line\n"));
     EXPECT_THAT(shown, HasSubstr("C1 \\x9b end\n"));
+    EXPECT_THAT(shown,
+        HasSubstr("turned \\xe2\\x80\\xae\\xe2\\x81\\xa6\\xd8\\x9c\\xef\\xbb\\xbf end, and not \u2010 \u2060\n"));
     EXPECT_THAT(shown, HasSubstr("broken \\xff\\xc3 end\n"));
     EXPECT_THAT(shown, HasSubstr("plain \xc3\xa4 \xe2\x82\xac \xf0\x9f\x8e\xb5 {} %s\n"));
 }

@@ -2,7 +2,6 @@
 #include "Artwork.h"
 #include "CommandLine.h"
 #include "FileBatch.h"
-#include "FileDescriptor.h"
 #include "Interruption.h"
 #include "JsonText.h"
 #include "SafeFile.h"
@@ -11,10 +10,8 @@
 
 #include <kelvane/platform/AudioMetadata.h>
 
-#include <cerrno>
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <fcntl.h>
 #include <filesystem>
 #include <memory>
 
@@ -28,44 +25,26 @@ struct Options {
 };
 
 // A new file: "song.jpg", or where there is one, "song 2.jpg" and so on.
-FileDescriptor makeFile(const std::string &stem, const std::string &extension, std::string &path)
+std::string writePicture(const Data &picture, const std::string &folder, const std::string &stem)
 {
-    constexpr int mostNames = 10000;
-    for (int i = 1; i <= mostNames; ++i) {
-        path = stem;
-        if (i > 1)
-            path.append(" ").append(std::to_string(i));
-        path += extension;
-        FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-        if (file.isOpen())
-            return file;
-        if (errno != EEXIST)
-            break;
-    }
-    throw ItemError("cannot make " + inQuotes(path) + ": " + reasonText(errno));
-}
-
-std::string writePicture(const Data &picture, const std::string &stem)
-{
-    std::string path;
-    const FileDescriptor file = makeFile(stem, pictureExtension(picture), path);
+    const std::string extension = pictureExtension(picture);
     try {
-        writeAll(file.get(), picture.view());
+        return writeNewFile(picture.view(), folder, [&](int attempt) {
+            return stem + (attempt > 1 ? ' ' + std::to_string(attempt) : std::string()) + extension;
+        });
     } catch (const ItemError &error) {
-        ::unlink(path.c_str());
-        throw ItemError("cannot write " + inQuotes(path) + ": " + error.what());
+        throw ItemError("cannot write " + inQuotes(folder + '/' + stem + extension) + ": " + error.what());
     }
-    return path;
 }
 
 std::vector<std::string> extract(const std::string &path, const std::string &folder)
 {
     requireReadable(path);
     const std::unique_ptr<AudioMetadata> tags = AudioMetadata::CreateMetadataForURL(path);
-    const std::string stem = (std::filesystem::path(folder) / std::filesystem::path(path).stem()).native();
+    const std::string stem = std::filesystem::path(path).stem().native();
     std::vector<std::string> written;
     for (const Data &picture : artworkOf(tags.get(), path))
-        written.push_back(writePicture(picture, stem));
+        written.push_back(writePicture(picture, folder, stem));
     return written;
 }
 

@@ -56,14 +56,26 @@ std::string ArtworkStore::put(const Data &picture)
 
 void ArtworkStore::write(const Data &picture, const std::string &staged)
 {
-    const FileDescriptor file = _device.makeFile(staged);
+    const FileDescriptor file = _device.makeNewFile(staged);
     try {
         writeAll(file.get(), picture.view());
+        makeUsual(file.get());
     } catch (const ItemError &error) {
         throw ItemError(std::string("cannot write its picture: ") + error.what());
     }
     if (::fsync(file.get()) != 0)
         throw ItemError("cannot write its picture: " + reasonText(errno));
+}
+
+// The library of a strange device may name any file. What is none of the device's, or is gone, has no picture.
+Data ArtworkStore::pictureOf(const std::string &devicePath)
+{
+    try {
+        const FileDescriptor file = _device.openFile(devicePath);
+        return readArtwork(_device.pinnedPath(file, devicePath));
+    } catch (const ItemError &) {
+        return {};
+    }
 }
 
 void ArtworkStore::settle()
@@ -76,7 +88,7 @@ void ArtworkStore::settle()
     for (const DeviceLibrary::ItemArtwork &item : _library.artworks()) {
         std::string path = item.artworkPath;
         if (!item.isKnown || (!path.empty() && !present.contains(path))) {
-            path = put(readArtwork(_device.absolutePath(item.devicePath)));
+            path = put(pictureOf(item.devicePath));
             _library.setArtwork(item.devicePath, path);
         }
         unused.erase(path);

@@ -28,6 +28,7 @@ public:
 
 private:
     void write(const Data &picture, const std::string &staged);
+    [[nodiscard]] Data pictureOf(const std::string &devicePath);
 
     DeviceFolder &_device;
     DeviceLibrary &_library;

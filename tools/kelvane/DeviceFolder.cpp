@@ -36,6 +36,18 @@ void checkName(std::string_view name, const std::string &relative)
                       : " of the device: " + reasonText(errorNumber)));
 }
 
+// The system keeps a door to each open folder and file; no name on the way to it is looked up again.
+std::string doorTo(int descriptor)
+{
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+bool hasDoors()
+{
+    static const bool has = ::access("/proc/self/fd", X_OK) == 0;
+    return has;
+}
+
 struct statvfs spaceOf(int root)
 {
     struct statvfs status {};
@@ -84,6 +96,25 @@ DeviceFolder::Place DeviceFolder::placeOf(const std::string &relative)
     return {openFolder(parentOf(relative)), std::move(name)};
 }
 
+int DeviceFolder::folderAt(const std::string &relative)
+{
+    const std::lock_guard guard(_mutex);
+    return openFolder(relative);
+}
+
+std::string DeviceFolder::pinnedPath(const std::string &relative)
+{
+    const Place place = placeOf(relative);
+    if (place.folder < 0)
+        failFolder(relative, ENOENT);
+    return hasDoors() ? doorTo(place.folder) + '/' + place.name : absolutePath(relative);
+}
+
+std::string DeviceFolder::pinnedPath(const FileDescriptor &file, const std::string &relative) const
+{
+    return hasDoors() ? doorTo(file.get()) : absolutePath(relative);
+}
+
 std::uint64_t DeviceFolder::capacity() const
 {
     const struct statvfs status = spaceOf(_root.get());
@@ -98,20 +129,29 @@ std::uint64_t DeviceFolder::freeSpace() const
 
 void DeviceFolder::checkFolder(const std::string &relative)
 {
-    const std::lock_guard guard(_mutex);
-    static_cast<void>(openFolder(relative));
+    static_cast<void>(folderAt(relative));
 }
 
 void DeviceFolder::makeFolder(const std::string &relative)
 {
-    if (const std::string parent = parentOf(relative); !parent.empty())
-        makeFolder(parent);
+    const std::lock_guard guard(_making);
+    makeCertain(relative);
+}
+
+// A file whose folder a power cut takes away is gone, too. One that is there may come from a run that was killed before it
+// had brought the name to the device.
+void DeviceFolder::makeCertain(const std::string &relative)
+{
+    if (relative.empty() || _certain.contains(relative))
+        return;
+    makeCertain(parentOf(relative));
     const Place place = placeOf(relative);
     if (::mkdirat(place.folder, place.name.c_str(), 0777) != 0 && errno != EEXIST)
         failFolder(relative, errno);
-    const std::lock_guard guard(_mutex);
-    if (openFolder(relative) < 0)
+    ::fsync(place.folder);
+    if (folderAt(relative) < 0)
         failFolder(relative, ENOENT);
+    _certain.insert(relative);
 }
 
 std::optional<FileStamp> DeviceFolder::stampOf(const std::string &relative)
@@ -133,8 +173,7 @@ bool DeviceFolder::isTaken(const std::string &relative)
 
 bool DeviceFolder::publish(const std::string &from, const std::string &to)
 {
-    if (const std::string folder = parentOf(to); !folder.empty())
-        makeFolder(folder);
+    makeFolder(parentOf(to));
     const Place source = placeOf(from);
     const Place target = placeOf(to);
     // A link refuses a name that is taken, which a rename does not.
@@ -152,6 +191,12 @@ bool DeviceFolder::publish(const std::string &from, const std::string &to)
     return true;
 }
 
+void DeviceFolder::synchroniseFolder(const std::string &relative)
+{
+    if (const int folder = folderAt(relative); folder >= 0)
+        ::fsync(folder);
+}
+
 void DeviceFolder::removeFile(const std::string &relative)
 {
     const Place place = placeOf(relative);
@@ -161,11 +206,7 @@ void DeviceFolder::removeFile(const std::string &relative)
 
 std::vector<std::string> DeviceFolder::namesIn(const std::string &relative)
 {
-    int folder = -1;
-    {
-        const std::lock_guard guard(_mutex);
-        folder = openFolder(relative);
-    }
+    const int folder = folderAt(relative);
     if (folder < 0)
         return {};
     // Reading a folder moves the position in it, so that the number kept for paths is not used for that.
@@ -195,25 +236,36 @@ void DeviceFolder::emptyFolder(const std::string &relative)
     }
 }
 
-FileDescriptor DeviceFolder::openFile(const std::string &relative)
+FileDescriptor DeviceFolder::open(const std::string &relative, int flags, mode_t mode, const char *what)
 {
     const Place place = placeOf(relative);
-    errno = place.folder < 0 ? ENOENT : 0;
+    errno = ENOENT;
     FileDescriptor opened(
-        place.folder < 0 ? -1 : ::openat(place.folder, place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        place.folder < 0 ? -1 : ::openat(place.folder, place.name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, mode));
     if (!opened.isOpen())
-        throw ItemError("cannot read " + inQuotes(relative) + " of the device: " + reasonText(errno));
+        throw ItemError(
+            std::string("cannot ") + what + ' ' + inQuotes(relative) + " of the device: " + reasonText(errno));
     return opened;
+}
+
+FileDescriptor DeviceFolder::openFile(const std::string &relative)
+{
+    return open(relative, O_RDONLY | O_NONBLOCK, 0, "read");
+}
+
+FileDescriptor DeviceFolder::openForWriting(const std::string &relative)
+{
+    return open(relative, O_WRONLY | O_NONBLOCK, 0, "write");
 }
 
 FileDescriptor DeviceFolder::makeFile(const std::string &relative)
 {
-    const Place place = placeOf(relative);
-    FileDescriptor opened(
-        ::openat(place.folder, place.name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0666));
-    if (!opened.isOpen())
-        throw ItemError("cannot make " + inQuotes(relative) + " on the device: " + reasonText(errno));
-    return opened;
+    return open(relative, O_RDWR | O_CREAT | O_NONBLOCK, 0666, "make");
+}
+
+FileDescriptor DeviceFolder::makeNewFile(const std::string &relative)
+{
+    return open(relative, O_RDWR | O_CREAT | O_EXCL, 0600, "make");
 }
 
 } // namespace kelvane::tool

@@ -89,10 +89,13 @@ void DeviceLibrary::require(DeviceFolder &device, std::string_view verb)
 
 void DeviceLibrary::create(DeviceFolder &device)
 {
-    // Made under another name, so that the real one is complete from its first moment.
+    // Made under another name, so that the real one is complete from its first moment. An ended run may have left that
+    // name behind, even where the library has got its own.
     for (const char *suffix : {"", "-journal", "-wal", "-shm"})
         device.removeFile(std::string(newFileName) + suffix);
-    SqliteHelper helper(device.absolutePath(newFileName));
+    if (exists(device))
+        return;
+    SqliteHelper helper(device.pinnedPath(newFileName));
     for (const std::string &statement : LibrarySchema::statements())
         if (!helper.goodConnection() || !helper.connection()->executeUpdate(statement)) {
             const String &reason = helper.connection()->lastErrorMessage();
@@ -104,7 +107,7 @@ void DeviceLibrary::create(DeviceFolder &device)
 }
 
 DeviceLibrary::DeviceLibrary(DeviceFolder &device)
-    : _helper((checkHeader(device), std::make_unique<SqliteHelper>(device.absolutePath(fileName))))
+    : _helper((checkHeader(device), std::make_unique<SqliteHelper>(device.pinnedPath(fileName))))
 {
     if (!_helper->goodConnection())
         refuse(device, "it cannot be opened");
@@ -276,9 +279,12 @@ void DeviceLibrary::upgrade()
         });
 }
 
-void DeviceLibrary::dropRemoval(const std::string &devicePath)
+void DeviceLibrary::dropRemovals(const std::vector<Removal> &removals)
 {
-    transaction([&] { execute("DELETE FROM removal WHERE devicePath = ?", {String(devicePath)}); });
+    transaction([&] {
+        for (const Removal &removal : removals)
+            execute("DELETE FROM removal WHERE devicePath = ?", {String(removal.devicePath)});
+    });
 }
 
 } // namespace kelvane::tool

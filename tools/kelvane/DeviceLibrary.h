@@ -52,7 +52,7 @@ public:
     [[nodiscard]] static bool exists(DeviceFolder &device);
     /// Throws StopError where there is none, with what to do about it; `verb` tells what is not possible without.
     static void require(DeviceFolder &device, std::string_view verb);
-    /// Makes an empty library where there is none; the folder is there.
+    /// Makes an empty library where there is none, and removes what is left of making one; the folder is there.
     static void create(DeviceFolder &device);
     /// Opens the library, which exists.
     explicit DeviceLibrary(DeviceFolder &device);
@@ -80,7 +80,7 @@ public:
     void planTransfers(const std::vector<Transfer> &transfers);
     void dropTransfers(const std::vector<std::string> &targets);
     [[nodiscard]] std::vector<Removal> removals();
-    void dropRemoval(const std::string &devicePath);
+    void dropRemovals(const std::vector<Removal> &removals);
 
     /// The pictures of all items.
     [[nodiscard]] std::vector<ItemArtwork> artworks();

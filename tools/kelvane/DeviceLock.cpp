@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace kelvane::tool {
@@ -26,6 +27,11 @@ std::string holder(int file)
 
 DeviceLock::DeviceLock(DeviceFolder &device) : _file(device.makeFile(".kelvane/lock"))
 {
+    struct stat status {};
+    if (::fstat(_file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1)
+        throw StopError(ExitCannotStart,
+            "cannot use the device " + inQuotes(device.path())
+                + ": .kelvane/lock is no file of its own; remove it and try again");
     if (::flock(_file.get(), LOCK_EX | LOCK_NB) == 0) {
         // For the one who is refused. A device that is full has no room for it, and the lock counts all the same.
         const std::string number = std::to_string(::getpid());

@@ -10,8 +10,18 @@
 #include "Text.h"
 
 #include <optional>
+#include <set>
 
 namespace kelvane::tool {
+namespace {
+
+std::string folderOf(const std::string &path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(0, slash);
+}
+
+} // namespace
 
 void DeviceRepair::settle()
 {
@@ -24,8 +34,11 @@ void DeviceRepair::settle()
     }
     if (!dead.empty())
         _library.dropTransfers(dead);
-    for (const DeviceLibrary::Removal &removal : _library.removals())
-        finishRemoval(removal);
+    _library.makeDurable(); // what follows takes away what earlier rows named
+    const std::vector<DeviceLibrary::Removal> removals = _library.removals();
+    for (const DeviceLibrary::Removal &removal : removals)
+        removeFile(removal);
+    forget(removals);
     ArtworkStore(_device, _library).settle();
 }
 
@@ -44,22 +57,36 @@ void DeviceRepair::adopt(const DeviceLibrary::Transfer &transfer, const FileStam
     record.sourceStamp = transfer.stamp;
     record.devicePath = transfer.target;
     record.deviceStamp = stamp;
-    const std::string copy = _device.absolutePath(transfer.target);
-    const MediaFormat *format = formatOfExtension(lowerExtension(copy));
+    const MediaFormat *format = formatOfExtension(lowerExtension(transfer.target));
     if (!format)
         return;
-    const MediaContent content = readMedia(record.source, *format, copy);
+    // The run that gave it its name may have been killed before it had brought that to the device.
+    _device.makeFolder(folderOf(transfer.target));
+    _device.synchroniseFolder(folderOf(transfer.target));
+    const FileDescriptor copy = _device.openFile(transfer.target);
+    const MediaContent content = readMedia(record.source, *format, _device.pinnedPath(copy, transfer.target));
     record.media = content.media;
     record.media->setDevArtworkPath(ArtworkStore(_device, _library).put(content.artwork));
     _library.save(record);
 }
 
-void DeviceRepair::finishRemoval(const DeviceLibrary::Removal &removal)
+void DeviceRepair::removeFile(const DeviceLibrary::Removal &removal)
 {
     const std::optional<FileStamp> stamp = _device.stampOf(removal.devicePath);
     if (stamp && stamp->isAbout(removal.stamp))
         _device.removeFile(removal.devicePath);
-    _library.dropRemoval(removal.devicePath);
+}
+
+void DeviceRepair::forget(const std::vector<DeviceLibrary::Removal> &removals)
+{
+    if (removals.empty())
+        return;
+    std::set<std::string> folders;
+    for (const DeviceLibrary::Removal &removal : removals)
+        folders.insert(folderOf(removal.devicePath));
+    for (const std::string &folder : folders)
+        _device.synchroniseFolder(folder);
+    _library.dropRemovals(removals);
 }
 
 } // namespace kelvane::tool

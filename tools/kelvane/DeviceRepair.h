@@ -15,8 +15,12 @@ public:
     DeviceRepair(DeviceFolder &device, DeviceLibrary &library) : _device(device), _library(library) {}
 
     void settle();
-    /// Removes a file that the library has given up, unless somebody has put another one in its place.
-    void finishRemoval(const DeviceLibrary::Removal &removal);
+    /// Removes a file that the library has given up, for certain (see DeviceLibrary::makeDurable()): otherwise a power
+    /// cut could bring back the row, which has no file then. Not if somebody has put another one in its place.
+    void removeFile(const DeviceLibrary::Removal &removal);
+    /// Forgets files that are removed, when the device itself is sure to have done so: a file that came back after a
+    /// power cut, and that nobody knows of any more, would stay for ever.
+    void forget(const std::vector<DeviceLibrary::Removal> &removals);
 
 private:
     void adopt(const DeviceLibrary::Transfer &transfer, const FileStamp &stamp);

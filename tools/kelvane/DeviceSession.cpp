@@ -14,8 +14,7 @@ DeviceSession::DeviceSession(DeviceFolder &device)
         device.checkFolder(folder);
     device.makeFolder(DeviceRepair::incomingFolder);
     _lock = std::make_unique<DeviceLock>(device);
-    if (!DeviceLibrary::exists(device))
-        DeviceLibrary::create(device);
+    DeviceLibrary::create(device);
     _library = std::make_unique<DeviceLibrary>(device);
     _library->beginWriting();
     _repair = std::make_unique<DeviceRepair>(device, *_library);

@@ -62,8 +62,9 @@ bool isSameConversion(
 {
     bool isSame = false;
     try {
-        convertPhoto(path, device.absolutePath(scratchPath));
-        isSame = isSameContent(device.absolutePath(scratchPath), device, devicePath);
+        const std::string scratch = device.pinnedPath(scratchPath);
+        convertPhoto(path, scratch);
+        isSame = isSameContent(scratch, device, devicePath);
     } catch (const ItemError &) {
         // What cannot be converted now is not what is there.
     }

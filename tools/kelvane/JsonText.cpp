@@ -72,7 +72,7 @@ Json jsonValue(const Value &value)
 
 std::string jsonLine(const Json &json)
 {
-    return json.dump() + '\n';
+    return printableJson(json.dump()) + '\n';
 }
 
 void printJsonLine(const Json &json)

@@ -13,7 +13,7 @@ namespace kelvane::tool {
 [[nodiscard]] bool isConversion(const std::string &source, const std::string &target);
 
 /// Makes a JPEG file of a HEIC photo, at a path at which nothing is. Throws ItemError, with the reason as far as the
-/// library tells it.
-void convertPhoto(const std::string &source, const std::string &target);
+/// library tells it, in which the target is called `shownTarget`, if that is given.
+void convertPhoto(const std::string &source, const std::string &target, const std::string &shownTarget = {});
 
 } // namespace kelvane::tool

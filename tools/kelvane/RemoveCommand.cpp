@@ -68,26 +68,32 @@ private:
             forgotten.push_back(record);
         }
         session.library().makeDurable();
+        std::vector<DeviceLibrary::Removal> removed;
         for (const auto &record : forgotten)
-            removeFile(session, *record);
+            if (removeFile(session, *record))
+                removed.push_back({record->devicePath, record->deviceStamp});
         _progress.finish();
         try {
+            session.repair().forget(removed);
             session.end();
         } catch (const std::runtime_error &error) {
             fail(_options.device, "tidy up the device", error.what());
         }
     }
 
-    void removeFile(DeviceSession &session, const SyncRecord &record)
+    bool removeFile(DeviceSession &session, const SyncRecord &record)
     {
+        bool isRemoved = true;
         _progress.start(record.devicePath, 0);
         try {
-            session.repair().finishRemoval({record.devicePath, record.deviceStamp});
+            session.repair().removeFile({record.devicePath, record.deviceStamp});
             tell(record, "removed ");
         } catch (const std::runtime_error &error) {
             fail(record.devicePath, "remove", std::string(error.what()) + "; the next sync or remove tries again");
+            isRemoved = false;
         }
         _progress.settle(record.devicePath, 0);
+        return isRemoved;
     }
 
     // Each once, in the order in which they are named.

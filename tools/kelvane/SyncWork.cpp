@@ -4,7 +4,6 @@
 #include "CopyProgress.h"
 #include "ExitCode.h"
 #include "FileCompare.h"
-#include "FileDescriptor.h"
 #include "MediaReader.h"
 #include "PhotoConversion.h"
 #include "SourceFile.h"
@@ -14,7 +13,6 @@
 #include <kelvane/storage/FastFileCopyer.h>
 
 #include <cerrno>
-#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace kelvane::tool {
@@ -99,7 +97,7 @@ void SyncWork::copyItem(AsyncTaskIOS &task, SyncItem &item)
     enterStep(task, "record");
     this->record(record);
     if (const std::shared_ptr<SyncRecord> old = item.originalRecord())
-        _repair.finishRemoval({old->devicePath, old->deviceStamp});
+        removeFile({old->devicePath, old->deviceStamp});
 }
 
 void SyncWork::copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged)
@@ -108,7 +106,7 @@ void SyncWork::copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std:
     const auto copier = std::make_shared<FastFileCopyer>();
     copier->setDelegate(progress);
     copier->setSynchronise(true);
-    copier->fileCopyFromPath(record.source, _device.absolutePath(staged));
+    copier->fileCopyFromPath(record.source, _device.pinnedPath(staged));
     constexpr std::int64_t succeeded = 2;
     requireRunning(task);
     if (copier->state() != succeeded)
@@ -128,14 +126,14 @@ void SyncWork::copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std:
 
 void SyncWork::convertFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged)
 {
-    convertPhoto(record.source, _device.absolutePath(staged));
+    convertPhoto(record.source, _device.pinnedPath(staged), _device.absolutePath(staged));
     requireUnchanged(record);
     // As a copy does, it keeps the day of the photo, and is on the disk before it gets its name.
-    const FileDescriptor file(::open(_device.absolutePath(staged).c_str(), O_WRONLY | O_CLOEXEC));
+    const FileDescriptor file = _device.openForWriting(staged);
     const timespec modified{
         record.sourceStamp.modifiedNs / 1'000'000'000, record.sourceStamp.modifiedNs % 1'000'000'000};
     const timespec times[] = {modified, modified};
-    if (!file.isOpen() || ::futimens(file.get(), times) != 0 || ::fsync(file.get()) != 0)
+    if (::futimens(file.get(), times) != 0 || ::fsync(file.get()) != 0)
         throw ItemError(reasonText(errno));
     if (!_verifies)
         return;
@@ -172,7 +170,14 @@ void SyncWork::removeItem(AsyncTaskIOS &task, const SyncRecord &record)
     enterStep(task, "record");
     _library.remove(record.source);
     enterStep(task, "remove");
-    _repair.finishRemoval({record.devicePath, record.deviceStamp});
+    removeFile({record.devicePath, record.deviceStamp});
+}
+
+void SyncWork::removeFile(const DeviceLibrary::Removal &removal)
+{
+    _library.makeDurable();
+    _repair.removeFile(removal);
+    _repair.forget({removal});
 }
 
 void SyncWork::verifyItem(AsyncTaskIOS &task, SyncItem &item)

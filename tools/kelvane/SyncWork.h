@@ -39,6 +39,7 @@ private:
     void runItem(AsyncTaskIOS &task, const std::shared_ptr<SyncItem> &item);
     void copyItem(AsyncTaskIOS &task, SyncItem &item);
     void removeItem(AsyncTaskIOS &task, const SyncRecord &record);
+    void removeFile(const DeviceLibrary::Removal &removal);
     void verifyItem(AsyncTaskIOS &task, SyncItem &item);
     void copyFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged);
     void convertFile(AsyncTaskIOS &task, const SyncRecord &record, const std::string &staged);

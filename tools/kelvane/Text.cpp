@@ -120,6 +120,24 @@ std::string validUtf8(std::string_view text)
     return escaped(text, [](const Character &c) { return !c.isValid; });
 }
 
+std::string printableJson(std::string_view json)
+{
+    std::string result;
+    result.reserve(json.size());
+    for (std::size_t at = 0; at < json.size();) {
+        const Character character = characterAt(json, at);
+        if (character.code >= 0x20 && steersTerminal(character.code)) {
+            std::array<char, 7> text{};
+            std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(character.code & 0xffff));
+            result += text.data();
+        } else {
+            result += json.substr(at, character.size);
+        }
+        at += character.size;
+    }
+    return result;
+}
+
 std::size_t displayWidth(std::string_view printableText)
 {
     std::size_t width = 0;

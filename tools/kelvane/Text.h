@@ -7,6 +7,9 @@
 
 namespace kelvane::tool {
 
+/// JSON with the characters that steer a terminal written as \uXXXX: it means the same, and may be looked at.
+[[nodiscard]] std::string printableJson(std::string_view json);
+
 /// `text` as it may go to a terminal or a log: control characters, what turns the direction of writing, and bytes
 /// that are not UTF-8 read as \xNN. Names and tags come from strangers and must not steer a terminal.
 [[nodiscard]] std::string printable(std::string_view text);

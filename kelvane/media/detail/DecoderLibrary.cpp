@@ -17,15 +17,22 @@ DecoderLibrary &DecoderLibrary::shared()
 
 DecoderLibrary::State DecoderLibrary::load()
 {
-    const std::lock_guard lock(_mutex);
-    if (_handle)
-        return State::loaded;
-    const auto paths = modulePaths(decoderModuleName);
-    const auto path = std::find_if(paths.begin(), paths.end(), Utils::fileExsit);
-    if (path == paths.end())
-        return State::missing;
-    _handle = ::dlopen(path->c_str(), RTLD_LAZY | RTLD_LOCAL);
-    return _handle ? State::loaded : State::notLoadable;
+    String path;
+    {
+        const std::lock_guard lock(_mutex);
+        if (_handle)
+            return State::loaded;
+        const auto paths = modulePaths(decoderModuleName);
+        const auto found = std::find_if(paths.begin(), paths.end(), Utils::fileExsit);
+        if (found == paths.end())
+            return State::missing;
+        path = *found;
+        _handle = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
+        if (!_handle)
+            return State::notLoadable;
+    }
+    warnIfOpenToAll(path); // without the lock: the log's sink may be the application's
+    return State::loaded;
 }
 
 std::optional<DecoderLibrary::Functions> DecoderLibrary::functions() const

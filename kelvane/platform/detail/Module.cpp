@@ -23,10 +23,10 @@ String pathIn(const std::string &folder, const char *fileName)
     return folder.starts_with('/') ? String::concat({folder, "/", fileName}) : String();
 }
 
-bool isOpenToAll(const std::string &folder)
+bool isOpenToAll(const std::string &path)
 {
     struct stat status = {};
-    return ::stat(folder.c_str(), &status) == 0 && (status.st_mode & S_IWOTH);
+    return ::stat(path.c_str(), &status) == 0 && (status.st_mode & S_IWOTH);
 }
 
 } // namespace
@@ -36,15 +36,27 @@ std::array<String, 2> modulePaths(const char *fileName)
     return {pathIn(folderOf(programPath()), fileName), pathIn(folderOf(libraryPath()) + "/kelvane", fileName)};
 }
 
+// The module stays loaded: a program that runs from a shared folder is a program that everybody may replace, too.
+void warnIfOpenToAll(const String &path)
+{
+    const std::string folder = folderOf(path);
+    const std::string file = path.str();
+    if (isOpenToAll(folder))
+        ZenLogger::defaultLogger().ZenLogError(String::concat({"warning: the module ", file.substr(folder.size() + 1),
+            " was loaded from ", folder, ", which everybody may write to."}));
+    else if (isOpenToAll(file))
+        ZenLogger::defaultLogger().ZenLogError(
+            String::concat({"warning: the module ", file, " was loaded, which everybody may write to."}));
+}
+
 Module::Module(const char *fileName)
 {
     for (const String &path : modulePaths(fileName)) {
         if (_handle || path.isNull())
             continue;
         _handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (const std::string folder = folderOf(path); _handle && isOpenToAll(folder))
-            ZenLogger::defaultLogger().ZenLogError(String::concat(
-                {"warning: the module ", fileName, " was loaded from ", folder, ", which everybody may write to."}));
+        if (_handle)
+            warnIfOpenToAll(path);
     }
 }
 

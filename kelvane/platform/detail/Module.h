@@ -12,6 +12,10 @@ namespace kelvane::detail {
 /// system does not tell.
 [[nodiscard]] std::array<String, 2> modulePaths(const char *fileName);
 
+/// Logs a warning where others than the user and the system could have put what was loaded from `path` there: the file or
+/// its folder may be written to by everybody.
+void warnIfOpenToAll(const String &path);
+
 /// A shared object that is loaded while the program runs, from one of its modulePaths(), and stays loaded.
 ///
 /// Threads: any.

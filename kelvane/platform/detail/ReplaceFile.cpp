@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ReplaceFile.h"
 
+#include "NewFileMode.h"
 #include "RandomNumber.h"
 
 #include <cerrno>
@@ -37,9 +38,9 @@ bool writeParts(int descriptor, std::span<const std::span<const std::byte>> part
         if (!writeAll(descriptor, part))
             return false;
     struct stat status = {};
-    if (::lstat(replaced.c_str(), &status) != 0)
-        return true;
-    return (!S_ISREG(status.st_mode) || ::fchmod(descriptor, status.st_mode & 07777) == 0) && ::fsync(descriptor) == 0;
+    const bool isReplacement = ::lstat(replaced.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    const mode_t mode = isReplacement ? status.st_mode & 07777 : newFileMode();
+    return ::fchmod(descriptor, mode) == 0 && ::fsync(descriptor) == 0;
 }
 
 } // namespace
@@ -50,7 +51,7 @@ bool replaceFile(const std::string &path, std::span<const std::span<const std::b
     int descriptor = -1;
     do {
         name = nameBeside(path);
-        descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        descriptor = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     } while (descriptor < 0 && errno == EEXIST);
     if (descriptor < 0)
         return false;

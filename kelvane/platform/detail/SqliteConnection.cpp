@@ -31,6 +31,27 @@ std::string nameOf(const String &path)
     return path.view().starts_with("file:") ? "./" + path.str() : path.str();
 }
 
+/// Paths through the doors that the system keeps to the folders a process has open.
+constexpr std::string_view openFolders = "/proc/self/fd/";
+
+/// SQLite's own way to files, but that a path is taken as it is. Otherwise SQLite looks up where each link on it leads and
+/// goes there: a path through an open folder, which is used because nobody can put another one in its place, would become
+/// one by names, which anybody can. Links as the last component are refused either way.
+const char *pinnedFiles()
+{
+    static const char *const name = [] {
+        static sqlite3_vfs files = *sqlite3_vfs_find(nullptr);
+        files.pNext = nullptr;
+        files.zName = "kelvane-pinned";
+        files.xFullPathname = [](sqlite3_vfs *, const char *path, int size, char *full) {
+            sqlite3_snprintf(size, full, "%s", path);
+            return std::string_view(path) == full ? SQLITE_OK : SQLITE_CANTOPEN;
+        };
+        return sqlite3_vfs_register(&files, 0) == SQLITE_OK ? files.zName : nullptr;
+    }();
+    return name;
+}
+
 /// A FIFO would block the open, a device could do anything.
 bool isOtherThanFile(const std::string &name)
 {
@@ -66,7 +87,8 @@ bool SqliteConnection::openHandle()
         return noteError(SQLITE_CANTOPEN, "not a regular file");
     // The caller serialises, so SQLite's own locks around every call would be paid for nothing.
     constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    const int code = sqlite3_open_v2(name.c_str(), &_handle, flags, nullptr);
+    const int code =
+        sqlite3_open_v2(name.c_str(), &_handle, flags, name.starts_with(openFolders) ? pinnedFiles() : nullptr);
     return code == SQLITE_OK || noteError(code);
 }
 
