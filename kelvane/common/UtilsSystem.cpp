@@ -49,7 +49,7 @@ std::int32_t Utils::downloadModule(const String &path, const String &url, std::i
             return -1;
         const String command = String::concat({"curl -o \"", path.view(), "\" ", url.view()});
         // Its result says nothing that the size of the file does not.
-        static_cast<void>(std::system(command.c_str()));
+        [[maybe_unused]] const int ignored = std::system(command.c_str());
     }
 }
 

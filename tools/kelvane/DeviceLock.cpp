@@ -35,8 +35,9 @@ DeviceLock::DeviceLock(DeviceFolder &device) : _file(device.makeFile(".kelvane/l
     if (::flock(_file.get(), LOCK_EX | LOCK_NB) == 0) {
         // For the one who is refused. A device that is full has no room for it, and the lock counts all the same.
         const std::string number = std::to_string(::getpid());
-        if (::ftruncate(_file.get(), 0) == 0)
-            static_cast<void>(::pwrite(_file.get(), number.data(), number.size(), 0));
+        if (::ftruncate(_file.get(), 0) == 0) {
+            [[maybe_unused]] const ssize_t ignored = ::pwrite(_file.get(), number.data(), number.size(), 0);
+        }
         return;
     }
     const std::string reason = errno == EWOULDBLOCK
