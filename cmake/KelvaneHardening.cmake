@@ -2,7 +2,6 @@
 # What makes a mistake in our code harder to exploit: the one place for it, and for everything that this project builds. A
 # project that this one is a part of, and programs that link the library, inherit none of it. tests/packages/hardening
 # looks for it in the binaries.
-option(KELVANE_HARDENING "Build with the checks of the compiler and linker that harden the binaries" ON)
 if(NOT KELVANE_HARDENING)
   return()
 endif()
