@@ -17,11 +17,12 @@ using tool::DeviceLibrary;
 
 void useLibrary(DeviceLibrary &library)
 {
-    for (const auto &record : library.records(true))
+    library.forEachRecord(true, [](const std::shared_ptr<tool::SyncRecord> &record) {
         require(record && record->media, "an item has its tags");
+    });
     static_cast<void>(library.transfers());
     static_cast<void>(library.removals());
-    static_cast<void>(library.artworks());
+    library.forEachArtwork([](const DeviceLibrary::ItemArtwork &) {});
     library.beginWriting();
     tool::SyncRecord record;
     record.source = "/source/of/an/item";

@@ -85,14 +85,14 @@ void ArtworkStore::settle()
     for (const std::string &name : names)
         unused.insert(std::string(folder) + '/' + name);
     const std::set<std::string> present = unused;
-    for (const DeviceLibrary::ItemArtwork &item : _library.artworks()) {
+    _library.forEachArtwork([&](const DeviceLibrary::ItemArtwork &item) {
         std::string path = item.artworkPath;
         if (!item.isKnown || (!path.empty() && !present.contains(path))) {
             path = put(pictureOf(item.devicePath));
             _library.setArtwork(item.devicePath, path);
         }
         unused.erase(path);
-    }
+    });
     for (const std::string &path : unused)
         _device.removeFile(path);
 }

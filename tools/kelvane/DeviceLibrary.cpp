@@ -147,14 +147,29 @@ void DeviceLibrary::transaction(const std::function<void()> &changes)
     }
 }
 
-Array DeviceLibrary::rows(const std::string &sql)
+Array DeviceLibrary::rows(const std::string &sql, const Array &values)
 {
     const std::lock_guard guard(_mutex);
-    Array table = _helper->executeDataTable(sql);
+    Array table = _helper->executeDataTable(sql, values);
     // Rows that could be read before an error would pass for all there are.
     if (table.isNull() || _helper->connection()->lastErrorCode() != 0)
         fail();
     return table;
+}
+
+// The rows of all items, page by page, in the order of the column `key`, which no two of them share. Whatever kind of
+// value a strange library has there, the next page is behind it.
+void DeviceLibrary::forEachItem(
+    const std::string &columns, const std::string &key, const std::function<void(const Dictionary &)> &take)
+{
+    const std::string select = "SELECT " + columns + " FROM media";
+    const std::string inOrder = " ORDER BY " + key + " LIMIT 500";
+    for (Array page = rows(select + inOrder); !page.isEmpty();) {
+        for (const Value &row : page)
+            take(row.dictionary());
+        const Value last = page[page.size() - 1].dictionary()[key];
+        page = rows(select + " WHERE " + key + " > ?" + inOrder, {last});
+    }
 }
 
 void DeviceLibrary::beginWriting()
@@ -178,23 +193,20 @@ void DeviceLibrary::makeDurable()
     execute("PRAGMA wal_checkpoint(FULL)");
 }
 
-std::vector<std::shared_ptr<SyncRecord>> DeviceLibrary::records(bool withMedia)
+void DeviceLibrary::forEachRecord(bool withMedia, const std::function<void(std::shared_ptr<SyncRecord>)> &take)
 {
     const std::string columns =
         withMedia ? "*" : "source, sourceSize, sourceModifiedNs, devicePath, deviceSize, deviceModifiedNs";
-    std::vector<std::shared_ptr<SyncRecord>> records;
-    for (const Value &value : rows("SELECT " + columns + " FROM media ORDER BY source")) {
-        const Dictionary row = value.dictionary();
-        const auto record = std::make_shared<SyncRecord>();
+    forEachItem(columns, "source", [&](const Dictionary &row) {
+        auto record = std::make_shared<SyncRecord>();
         record->source = row["source"].string().str();
         record->sourceStamp = stampOfRow(row, "sourceSize", "sourceModifiedNs");
         record->devicePath = row["devicePath"].string().str();
         record->deviceStamp = stampOfRow(row, "deviceSize", "deviceModifiedNs");
         if (withMedia)
             record->media = LibrarySchema::mediaOfRow(row);
-        records.push_back(record);
-    }
-    return records;
+        take(std::move(record));
+    });
 }
 
 void DeviceLibrary::save(const SyncRecord &record)
@@ -249,15 +261,12 @@ std::vector<DeviceLibrary::Removal> DeviceLibrary::removals()
     return removals;
 }
 
-std::vector<DeviceLibrary::ItemArtwork> DeviceLibrary::artworks()
+void DeviceLibrary::forEachArtwork(const std::function<void(const ItemArtwork &)> &take)
 {
-    std::vector<ItemArtwork> artworks;
-    for (const Value &value : rows("SELECT devicePath, devArtworkPath FROM media")) {
-        const Dictionary row = value.dictionary();
+    forEachItem("Id, devicePath, devArtworkPath", "Id", [&](const Dictionary &row) {
         const String path = row["devArtworkPath"].string();
-        artworks.push_back({row["devicePath"].string().str(), path.isNull() ? "" : path.str(), !path.isNull()});
-    }
-    return artworks;
+        take({row["devicePath"].string().str(), path.isNull() ? "" : path.str(), !path.isNull()});
+    });
 }
 
 void DeviceLibrary::setArtwork(const std::string &devicePath, const std::string &artworkPath)

@@ -68,8 +68,9 @@ public:
     /// Brings all changes so far to the device itself.
     void makeDurable();
 
-    /// All items by their source. `withMedia`: with their tags.
-    [[nodiscard]] std::vector<std::shared_ptr<SyncRecord>> records(bool withMedia);
+    /// Hands over all items in the order of their sources. `withMedia`: with their tags. They are read a few at a time: a
+    /// large library takes no more memory than a small one, and is not locked while `take` runs.
+    void forEachRecord(bool withMedia, const std::function<void(std::shared_ptr<SyncRecord>)> &take);
     /// Writes an item, in place of the one of the same source.
     void save(const SyncRecord &record);
     /// Forgets an item.
@@ -82,15 +83,17 @@ public:
     [[nodiscard]] std::vector<Removal> removals();
     void dropRemovals(const std::vector<Removal> &removals);
 
-    /// The pictures of all items.
-    [[nodiscard]] std::vector<ItemArtwork> artworks();
+    /// Hands over the pictures of all items; see forEachRecord().
+    void forEachArtwork(const std::function<void(const ItemArtwork &)> &take);
     void setArtwork(const std::string &devicePath, const std::string &artworkPath);
 
 private:
     void upgrade();
     void execute(const std::string &sql, const Array &values = nullptr);
     void transaction(const std::function<void()> &changes);
-    [[nodiscard]] Array rows(const std::string &sql);
+    void forEachItem(
+        const std::string &columns, const std::string &key, const std::function<void(const Dictionary &)> &take);
+    [[nodiscard]] Array rows(const std::string &sql, const Array &values = nullptr);
     [[noreturn]] void fail();
 
     std::mutex _mutex;

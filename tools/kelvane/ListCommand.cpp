@@ -17,8 +17,6 @@
 namespace kelvane::tool {
 namespace {
 
-using Records = std::vector<std::shared_ptr<SyncRecord>>;
-
 std::string kindOf(const MediaBase &media)
 {
     return std::string(kindName(static_cast<MediaKind>(media.mediaKind())));
@@ -95,26 +93,29 @@ std::string textOf(const String &text)
     return printable(text.view());
 }
 
-void printTable(const Records &records)
+// Read twice, for the widths of the columns first: kept, all lines would take more memory than a large library should.
+void printTable(DeviceLibrary &library)
 {
     std::size_t longestPath = 0;
     std::size_t longestDuration = 0;
+    std::uint64_t items = 0;
     std::uint64_t bytes = 0;
-    for (const auto &record : records) {
+    library.forEachRecord(true, [&](const std::shared_ptr<SyncRecord> &record) {
         longestPath = std::max(longestPath, displayWidth(printable(record->devicePath)));
         longestDuration = std::max(longestDuration, durationOf(*record->media).size());
         bytes += static_cast<std::uint64_t>(record->deviceStamp.size);
-    }
+        ++items;
+    });
     const Columns columns(Terminal::columns(), longestPath, longestDuration);
-    if (!records.empty())
+    if (items > 0)
         printLine(columns, {"Kind", "Title", "Artist", "Album", "Time", "Size", "File"});
-    for (const auto &record : records) {
+    library.forEachRecord(true, [&](const std::shared_ptr<SyncRecord> &record) {
         const MediaBase &media = *record->media;
         printLine(columns,
             {kindOf(media), textOf(media.title()), textOf(media.artist()), textOf(media.album()), durationOf(media),
                 bytesText(static_cast<std::uint64_t>(record->deviceStamp.size)), printable(record->devicePath)});
-    }
-    std::puts((countText(records.size(), "item") + ", " + bytesText(bytes)).c_str());
+    });
+    std::puts((countText(items, "item") + ", " + bytesText(bytes)).c_str());
 }
 
 ExitCode listDevice(const std::string &devicePath, bool isJson)
@@ -123,12 +124,10 @@ ExitCode listDevice(const std::string &devicePath, bool isJson)
     DeviceLibrary::require(device, "list");
     try {
         DeviceLibrary library(device);
-        const Records records = library.records(true);
-        if (!isJson)
-            printTable(records);
+        if (isJson)
+            library.forEachRecord(true, [](const std::shared_ptr<SyncRecord> &record) { printJson(*record); });
         else
-            for (const auto &record : records)
-                printJson(*record);
+            printTable(library);
     } catch (const DeviceLibrary::LibraryError &error) {
         throw StopError(ExitCannotStart, "cannot list " + inQuotes(devicePath) + ": " + error.what());
     }

@@ -105,12 +105,13 @@ private:
                 itemsByName[name].push_back(item);
 
         std::vector<Records> recordsByItem(_options.items.size());
-        for (const auto &record : library.records(false))
+        library.forEachRecord(false, [&](const std::shared_ptr<SyncRecord> &record) {
             for (const std::string &name :
                 {record->devicePath, _device.absolutePath(record->devicePath), record->source})
                 if (const auto found = itemsByName.find(name); found != itemsByName.end())
                     for (const std::size_t item : found->second)
                         recordsByItem[item].push_back(record);
+        });
 
         Records chosen;
         std::set<const SyncRecord *> known;

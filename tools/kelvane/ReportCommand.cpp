@@ -72,7 +72,7 @@ ReportData collect(DeviceFolder &device, int jobs, WorkProgress &progress)
     data.free = device.freeSpace();
     std::map<std::string, std::size_t> numbers;
     std::vector<std::string> pictures;
-    for (const auto &record : library.records(true)) {
+    library.forEachRecord(true, [&](const std::shared_ptr<SyncRecord> &record) {
         ReportItem item = itemOf(*record);
         const String &picture = record->media->devArtworkPath();
         if (!picture.isEmpty()) {
@@ -82,7 +82,7 @@ ReportData collect(DeviceFolder &device, int jobs, WorkProgress &progress)
             item.picture = found->second;
         }
         data.items.push_back(std::move(item));
-    }
+    });
     data.pictures = smallPictures(device, pictures, jobs, progress);
     return data;
 }

@@ -145,8 +145,9 @@ void SourceWalker::takeFile(std::string path, const struct stat &status, bool is
     const MediaFormat *byExtension = formatOfExtension(lowerExtension(path));
     if (!byExtension && !isNamed) {
         ++_ignoredCount;
-    } else if (_seenFiles.insert(path).second) {
+    } else if (!_seenFiles.contains(path)) {
         _files.push_back({std::move(path), FileStamp::of(status), byExtension});
+        _seenFiles.insert(_files.back().path);
     }
 }
 

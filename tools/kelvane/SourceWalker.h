@@ -4,7 +4,9 @@
 #include "SourceFile.h"
 
 #include <cstdint>
+#include <deque>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -29,7 +31,7 @@ public:
     void walk(const std::string &source);
 
     /// What was found, folder by folder in the order of names.
-    [[nodiscard]] const std::vector<SourceFile> &files() const { return _files; }
+    [[nodiscard]] const std::deque<SourceFile> &files() const { return _files; }
     /// What could not be looked at, and why.
     [[nodiscard]] const std::vector<Problem> &problems() const { return _problems; }
     /// The files passed by.
@@ -48,10 +50,10 @@ private:
     void report(const std::string &path, std::string reason);
 
     const std::string _devicePath;
-    std::vector<SourceFile> _files;
+    std::deque<SourceFile> _files; // which stay where they are while there come more
     std::vector<Problem> _problems;
     std::vector<std::string> _walkedFolders;
-    std::unordered_set<std::string> _seenFiles;
+    std::unordered_set<std::string_view> _seenFiles; // the paths of _files
     std::unordered_set<std::string> _seenFolders;
     std::uint64_t _ignoredCount = 0;
 };

@@ -41,10 +41,11 @@ void SyncPlan::build()
 
     Records records;
     if (_library)
-        for (const std::shared_ptr<SyncRecord> &record : _library->records(false)) {
+        _library->forEachRecord(false, [&](std::shared_ptr<SyncRecord> record) {
             _names.take(record->devicePath);
-            records.emplace(record->source, record);
-        }
+            const std::string_view source = record->source;
+            records.emplace(source, std::move(record));
+        });
     for (const SourceFile &file : walker.files()) {
         if (Interruption::isRequested())
             return;
@@ -109,7 +110,7 @@ void SyncPlan::takeVanished(const SourceWalker &walker, const Records &unseen)
     };
     Items vanished;
     for (const auto &[source, record] : unseen)
-        if (walker.covers(source) && isGone(source) && !isSpared(source)) {
+        if (walker.covers(record->source) && isGone(record->source) && !isSpared(record->source)) {
             const std::shared_ptr<SyncItem> item = committedItem(record);
             _list->removeItem(item);
             vanished.push_back(item);

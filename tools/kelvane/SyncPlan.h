@@ -11,6 +11,7 @@
 #include <kelvane/data/ObservableDataItemList.h>
 
 #include <memory>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -37,7 +38,7 @@ public:
     [[nodiscard]] const SyncSummary &settled() const { return _settled; }
 
 private:
-    using Records = std::unordered_map<std::string, std::shared_ptr<SyncRecord>>;
+    using Records = std::unordered_map<std::string_view, std::shared_ptr<SyncRecord>>; // by their own source
 
     void takeFile(const SourceFile &file, const std::shared_ptr<SyncRecord> &known);
     void takeUnchanged(const std::shared_ptr<SyncRecord> &known);

@@ -96,6 +96,8 @@ void SyncWork::copyItem(AsyncTaskIOS &task, SyncItem &item)
 
     enterStep(task, "record");
     this->record(record);
+    // The row has the tags now. With those of all its items, a large run would fill the memory.
+    record.media = nullptr;
     if (const std::shared_ptr<SyncRecord> old = item.originalRecord())
         removeFile({old->devicePath, old->deviceStamp});
 }

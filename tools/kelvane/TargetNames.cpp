@@ -71,29 +71,45 @@ void TargetNames::take(const std::string &devicePath)
 
 bool TargetNames::tryTake(const std::string &devicePath)
 {
+    const std::string name = lowerCase(devicePath);
     const std::lock_guard guard(_mutex);
-    return !_device.isTaken(devicePath) && _taken.insert(lowerCase(devicePath)).second;
+    return !_taken.contains(name) && !_device.isTaken(devicePath) && _taken.insert(name).second;
 }
 
 std::string TargetNames::nameFor(const std::string &sourcePath, const MediaFormat &format)
 {
     const std::string extension = '.' + extensionFor(sourcePath, format);
-    if (format.kind != MediaKind::Image) {
-        // There are 39 million names; a device that is full of them is not a device.
-        for (int attempt = 0; attempt < 100000; ++attempt) {
-            std::string name =
-                "Music/" + Utils::getRandomFolderName().str() + '/' + Utils::getRandomFileName().str() + extension;
-            if (tryTake(name))
-                return name;
-        }
-        throw ItemError("no name is free for it on the device");
-    }
-    const std::string base = sanitised(baseName(sourcePath));
-    for (int number = 1;; ++number) {
-        const std::string ending = (number == 1 ? "" : " (" + std::to_string(number) + ')') + extension;
-        std::string name = "Photos/" + shortened(base, longestName - ending.size()) + ending;
+    if (format.kind == MediaKind::Image)
+        return pictureName(sourcePath, extension);
+    // There are 39 million names; a device that is full of them is not a device.
+    for (int attempt = 0; attempt < 100000; ++attempt) {
+        std::string name =
+            "Music/" + Utils::getRandomFolderName().str() + '/' + Utils::getRandomFileName().str() + extension;
         if (tryTake(name))
             return name;
+    }
+    throw ItemError("no name is free for it on the device");
+}
+
+std::string TargetNames::pictureName(const std::string &sourcePath, const std::string &extension)
+{
+    const std::string base = sanitised(baseName(sourcePath));
+    const std::string key = lowerCase(base + extension);
+    int number = 1;
+    {
+        // Every album has its cover.jpg: who tries all numbers anew for each of them comes to no end.
+        const std::lock_guard guard(_mutex);
+        if (const auto last = _lastNumbers.find(key); last != _lastNumbers.end())
+            number = last->second + 1;
+    }
+    for (;; ++number) {
+        const std::string ending = (number == 1 ? "" : " (" + std::to_string(number) + ')') + extension;
+        std::string name = "Photos/" + shortened(base, longestName - ending.size()) + ending;
+        if (!tryTake(name))
+            continue;
+        const std::lock_guard guard(_mutex);
+        _lastNumbers[key] = number;
+        return name;
     }
 }
 

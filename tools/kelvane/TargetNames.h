@@ -6,6 +6,7 @@
 
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace kelvane::tool {
@@ -27,10 +28,12 @@ public:
 
 private:
     [[nodiscard]] bool tryTake(const std::string &devicePath);
+    [[nodiscard]] std::string pictureName(const std::string &sourcePath, const std::string &extension);
 
     DeviceFolder &_device;
     std::mutex _mutex;
-    std::unordered_set<std::string> _taken; // in lower case; guarded by _mutex
+    std::unordered_set<std::string> _taken; // in lower case; guarded by _mutex, as the next is
+    std::unordered_map<std::string, int> _lastNumbers; // of pictures with one name; in lower case
 };
 
 } // namespace kelvane::tool
