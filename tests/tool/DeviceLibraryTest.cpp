@@ -119,6 +119,23 @@ TEST_F(DeviceLibrary, ThatSomebodyLetSqliteAnalyseIsReadAsBefore)
     EXPECT_THAT(again.errorLines(), SizeIs(0)) << again.errors;
 }
 
+TEST_F(DeviceLibrary, IsReadWholeHoweverLargeAndInTheOrderOfItsSources)
+{
+    sync();
+    execute("INSERT INTO media(source, sourceSize, sourceModifiedNs, devicePath, deviceSize, deviceModifiedNs)"
+            " WITH RECURSIVE row(n) AS (SELECT 1200 UNION ALL SELECT n - 1 FROM row WHERE n > 0)"
+            " SELECT printf('/s/%04d', n), 1, 1, printf('Music/F00/%04d.mp3', n), 1, 1 FROM row");
+    const std::vector<Json> items = parse(runTool({"list", "--json", device()}));
+    ASSERT_THAT(items, SizeIs(1201));
+    for (std::size_t i = 0; i < items.size(); ++i)
+        EXPECT_EQ(items[i]["source"], "/s/" + std::to_string(10000 + i).substr(1));
+    EXPECT_EQ(runTool({"list", device()}).outputLines().back(), "1201 items, 1.2 kB");
+
+    // A stranger's library may have bytes where texts belong.
+    execute("UPDATE media SET source = CAST(source AS BLOB) WHERE Id % 2 = 0");
+    EXPECT_THAT(parse(runTool({"list", "--json", device()})), SizeIs(1201));
+}
+
 TEST_F(DeviceLibrary, ThatIsALinkOrAFolderIsRefused)
 {
     fs::create_directory(device(".kelvane"));
