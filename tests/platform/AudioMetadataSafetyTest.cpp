@@ -198,6 +198,24 @@ TEST(AudioMetadataSafety, AtomsThatLieAboutTheirSizeAreSurvived)
     }
 }
 
+TEST(AudioMetadataSafety, ATableOfOffsetsThatLiesAboutItsSizeIsReadButNotMoved)
+{
+    REQUIRE_FFMPEG();
+    const TemporaryFolder folder;
+    const auto path = makeMedia(folder, "a.m4a", {{"title", "Blue"}});
+    std::string bytes = readAll(path);
+    const std::size_t table = bytes.find("stco");
+    ASSERT_NE(table, std::string::npos);
+    bytes.replace(table + 8, 4, "\x7f\xff\xff\xff");
+    writeAll(path, bytes);
+    const auto tags = AudioMetadata::CreateMetadataForURL(path.native());
+    ASSERT_TRUE(tags);
+    EXPECT_EQ(tags->GetTitle(), "Blue");
+    tags->SetTitle("Red");
+    EXPECT_FALSE(tags->WriteMetadata());
+    EXPECT_TRUE(readAll(path) == bytes);
+}
+
 TEST(AudioMetadataSafety, AHundredThousandNestedAtomsAreRefused)
 {
     const TemporaryFolder folder;

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace kelvane::soak {
@@ -170,6 +171,9 @@ void commitByTasks(Turn &turn)
     for (const auto &task : tasks) {
         const bool isGood = outcomes.at(task.get());
         check(task->waitDone() == isGood, "an item's task tells its outcome");
+        // Who begins to wait while the listeners are told does not wait for them.
+        while (!task->isFinished())
+            std::this_thread::yield();
         const auto expected = isGood ? DataItemState::Unchanged : DataItemState::Added;
         check(task->dataItem()->itemState() == expected, "an item is committed if its task succeeds");
         good += isGood ? 1 : 0;

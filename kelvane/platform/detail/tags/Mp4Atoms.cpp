@@ -29,6 +29,14 @@ bool metaHasFlags(const TagLib::ByteVector &start)
     return first.size() < 8 || (first.substr(4, 4) != "hdlr" && first.substr(4, 4) != "ilst");
 }
 
+/// Whether a table of places in the file, whose atom begins with `header`, is as long as it says.
+bool holdsItsOffsets(std::string_view name, const TagLib::ByteVector &header, std::uint64_t length)
+{
+    constexpr std::uint64_t fixedFields = 16;
+    const std::uint64_t size = name == "stco" ? 4 : 8;
+    return length >= fixedFields && bigEndian32(header, 12) <= (length - fixedFields) / size;
+}
+
 struct Level {
     long end;
     std::string_view path; // how much of moov/udta/meta/ilst leads here
@@ -106,6 +114,8 @@ Mp4Layout scanMp4(TagStream &stream)
             return layout;
         const long end = at + static_cast<long>(length);
         if (!isContainer(name)) {
+            if (name == "stco" || name == "co64")
+                layout.hasTrueOffsets = layout.hasTrueOffsets && holdsItsOffsets(name, header, length);
             if (name == "mp4a" && layout.channels == 0) {
                 stream.seek(at, TagStream::Beginning);
                 layout.channels = aacChannels(stream.readBlock(std::min<unsigned long>(length, maximumSampleEntry)));

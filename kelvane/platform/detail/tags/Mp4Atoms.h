@@ -12,6 +12,9 @@ struct Mp4Layout {
     /// False for a file whose atoms are nested deeper, or are more, than the tag library stands: it goes down one
     /// call, and allocates, for each.
     bool isSane = true;
+    /// False for a file with a table that names more offsets than it holds: the tag library would move all of them when
+    /// it writes, and so overwrite what lies behind the table, up to 16 GiB of it.
+    bool hasTrueOffsets = true;
     /// Offset of the body of moov/udta/meta/ilst and its size; 0 where there is none.
     long itemsOffset = 0;
     long itemsSize = 0;

@@ -220,7 +220,7 @@ bool Mp4Store::save(TagLib::MP4::File &file, TagStream &stream) const
         tag.setItem("\251nam", TagLib::MP4::Item(TagLib::StringList(std::string(items.size() - smallest, ' '))));
     else if (!items.isEmpty())
         return false;
-    if (!file.save())
+    if (!scanMp4(stream).hasTrueOffsets || !file.save())
         return false;
     const Mp4Layout layout = scanMp4(stream);
     if (layout.itemsSize != static_cast<long>(items.size()))
