@@ -18,7 +18,7 @@ struct ProcessFigures {
 };
 
 /// Waits until the threads that have nothing to do are gone: until there are no more than `expected`, or, for 0, until
-/// their number has not changed for longer than an idle thread stays. Ten seconds at the most.
+/// their number has not changed for longer than an idle thread stays. A minute at the most.
 void waitForThreads(std::int64_t expected);
 
 } // namespace kelvane::soak
