@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <stdexcept>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -96,6 +97,9 @@ std::size_t TagStream::readAt(long offset, char *bytes, std::size_t count)
 
 void TagStream::writeBlock(const TagLib::ByteVector &data)
 {
+    // Thrown, because the library does not ask whether a write went well, and would go on.
+    if (++_writes > mostWrites + static_cast<std::uint64_t>(_length) / bytesPerWrite)
+        throw std::runtime_error("a table of offsets is damaged");
     writeAt(_position, data.data(), data.size());
     _position += static_cast<long>(data.size());
 }

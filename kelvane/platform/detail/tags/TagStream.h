@@ -20,6 +20,10 @@ public:
     static constexpr std::uint64_t maximumTotal = std::uint64_t{128} << 20;
     static constexpr std::uint64_t smallBlock = 4096;
     static constexpr std::uint64_t smallBlockFactor = 8;
+    /// Blocks that may be written to any file, and to one of a given length: the library writes each of the offsets of an MP4
+    /// file by itself, as many as a damaged table says there are.
+    static constexpr std::uint64_t mostWrites = 10'000;
+    static constexpr std::uint64_t bytesPerWrite = 64;
 
     TagStream(int descriptor, bool writable);
     ~TagStream() override;
@@ -58,6 +62,7 @@ private:
     long _position = 0;
     long _length = 0;
     std::uint64_t _charged = 0;
+    std::uint64_t _writes = 0;
     long _hiddenAtom = -1;
     // The last block read, if that was the header of an ID3v2 tag.
     TagLib::ByteVector _id3Header;
