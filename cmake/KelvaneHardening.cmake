@@ -6,9 +6,12 @@ if(NOT KELVANE_HARDENING)
   return()
 endif()
 
-# Executables are position independent, too; the check lets CMake pass the linker's flag for it.
-include(CheckPIESupported)
-check_pie_supported(LANGUAGES CXX)
+# Executables are position independent, too; the check lets CMake pass the linker's flag for it. What it finds is kept
+# where a project that this one is a part of would find it, so that one decides for itself.
+if(PROJECT_IS_TOP_LEVEL)
+  include(CheckPIESupported)
+  check_pie_supported(LANGUAGES CXX)
+endif()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 # Checked access to the containers of the standard library, in every build: an index beyond the end ends the program.
