@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
 namespace kelvane {
@@ -55,7 +54,6 @@ void kelvane::fuzz(std::string_view input)
             return;
         }
     } catch (const tool::StopError &) {
-        std::ifstream file(path, std::ios::binary);
-        require(std::string(std::istreambuf_iterator<char>(file), {}) == input, "what is no library stays as it is");
+        require(contentOf(path) == input, "what is no library stays as it is");
     }
 }

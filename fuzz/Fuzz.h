@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,9 @@ private:
 /// A folder of this process, in memory where the system has such a place; made by the first call and removed with
 /// everything in it at the end.
 const std::string &scratchFolder();
+
+/// All that a file holds; nothing where it cannot be read.
+[[nodiscard]] std::string contentOf(const std::filesystem::path &path);
 
 /// Keeps what the library logs of bad input off the fuzzer's own output.
 void silenceLogs();

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -72,6 +74,12 @@ const std::string &scratchFolder()
 {
     static const ScratchFolder folder;
     return folder.path;
+}
+
+std::string contentOf(const std::filesystem::path &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void silenceLogs()

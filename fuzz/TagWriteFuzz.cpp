@@ -9,19 +9,7 @@
 #include <iterator>
 #include <string>
 
-namespace kelvane {
-namespace {
-
 namespace fs = std::filesystem;
-
-std::string contentOf(const fs::path &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-} // namespace
-} // namespace kelvane
 
 // A line with a title, then a media file of whatever kind, into whose tags the title and a track number are written.
 void kelvane::fuzz(std::string_view input)

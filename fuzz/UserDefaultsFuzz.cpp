@@ -5,19 +5,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
 namespace kelvane {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string contentOf(const fs::path &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // What was no property list, under the name that it was set aside by; empty where there is none.
 fs::path damagedFileIn(const fs::path &folder)

@@ -238,9 +238,21 @@ protected:
         EXPECT_EQ(runAlone(program), 0);
         const std::string content = read(place(file));
         EXPECT_FALSE(content.empty());
+        emptyPlace();
+        return content;
+    }
+    void killAndLosePowerEverywhere(const Operation &operation)
+    {
+        killEverywhere(operation);
+        emptyPlace();
+        losePowerEverywhere(operation);
+    }
+
+private:
+    void emptyPlace() const
+    {
         fs::remove_all(place());
         fs::create_directory(place());
-        return content;
     }
 };
 
@@ -249,10 +261,7 @@ TEST_F(NewFileCrash, ACoverThatIsTakenOutIsWholeOrNotThere)
     const std::vector<std::string> program{KELVANE_TOOL, "artwork", addMedia("song.mp3", "song.mp3"), "-o", place()};
     const std::string whole = made(program, "song.jpg");
     const Operation operation = making("artwork", "song.jpg", program, whole);
-    killEverywhere(operation);
-    fs::remove_all(place());
-    fs::create_directory(place());
-    losePowerEverywhere(operation);
+    killAndLosePowerEverywhere(operation);
 }
 
 TEST_F(NewFileCrash, AConvertedPhotoIsWholeOrNotThere)
@@ -261,10 +270,7 @@ TEST_F(NewFileCrash, AConvertedPhotoIsWholeOrNotThere)
         KELVANE_TOOL, "heic2jpg", KELVANE_OWN_SAMPLES "/Photos/Evening.heic", "-o", place()};
     const std::string whole = made(program, "Evening.jpg");
     const Operation operation = making("heic2jpg", "Evening.jpg", program, whole);
-    killEverywhere(operation);
-    fs::remove_all(place());
-    fs::create_directory(place());
-    losePowerEverywhere(operation);
+    killAndLosePowerEverywhere(operation);
 }
 
 TEST_F(NewFileCrash, ACopyOfAKilledCopierIsWholeOrNotThere)

@@ -15,12 +15,6 @@
 namespace kelvane::tool {
 namespace {
 
-std::string parentOf(const std::string &relative)
-{
-    const std::size_t slash = relative.rfind('/');
-    return slash == std::string::npos ? std::string() : relative.substr(0, slash);
-}
-
 // The library of a strange device may hold any path.
 void checkName(std::string_view name, const std::string &relative)
 {

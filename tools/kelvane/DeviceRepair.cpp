@@ -13,15 +13,6 @@
 #include <set>
 
 namespace kelvane::tool {
-namespace {
-
-std::string folderOf(const std::string &path)
-{
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? std::string() : path.substr(0, slash);
-}
-
-} // namespace
 
 void DeviceRepair::settle()
 {
@@ -61,8 +52,8 @@ void DeviceRepair::adopt(const DeviceLibrary::Transfer &transfer, const FileStam
     if (!format)
         return;
     // The run that gave it its name may have been killed before it had brought that to the device.
-    _device.makeFolder(folderOf(transfer.target));
-    _device.synchroniseFolder(folderOf(transfer.target));
+    _device.makeFolder(parentOf(transfer.target));
+    _device.synchroniseFolder(parentOf(transfer.target));
     const FileDescriptor copy = _device.openFile(transfer.target);
     const MediaContent content = readMedia(record.source, *format, _device.pinnedPath(copy, transfer.target));
     record.media = content.media;
@@ -83,7 +74,7 @@ void DeviceRepair::forget(const std::vector<DeviceLibrary::Removal> &removals)
         return;
     std::set<std::string> folders;
     for (const DeviceLibrary::Removal &removal : removals)
-        folders.insert(folderOf(removal.devicePath));
+        folders.insert(parentOf(removal.devicePath));
     for (const std::string &folder : folders)
         _device.synchroniseFolder(folder);
     _library.dropRemovals(removals);

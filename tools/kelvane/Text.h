@@ -44,5 +44,7 @@ namespace kelvane::tool {
 [[nodiscard]] std::string lowerExtension(std::string_view path);
 /// The last component of a path.
 [[nodiscard]] std::string_view lastComponent(std::string_view path);
+/// The path without its last component and the slash before it, "" where it has no other.
+[[nodiscard]] std::string parentOf(std::string_view path);
 
 } // namespace kelvane::tool
