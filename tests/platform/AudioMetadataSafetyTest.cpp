@@ -342,6 +342,16 @@ TEST(AudioMetadataSafety, MillionsOfTinyFramesAreReadInTimeOrRefused)
     openInTime(folder.path("a.mp3"));
 }
 
+TEST(AudioMetadataSafety, ATextCutInTheMiddleOfACharacterLosesThatCharacterOnly)
+{
+    const TemporaryFolder folder;
+    // UTF-16: "Hi ", then the first half of a character beyond the first 65,536.
+    writeAll(folder.path("a.mp3"), id3(frame("TIT2", "\x01\xff\xfeH\0i\0 \0\x3d\xd8"s)));
+    const auto tags = openInTime(folder.path("a.mp3"));
+    ASSERT_TRUE(tags);
+    EXPECT_EQ(tags->GetTitle(), "Hi \xef\xbf\xbd");
+}
+
 TEST(AudioMetadataSafety, AFullDiskLeavesTheFileAsItWas)
 {
     REQUIRE_FFMPEG();

@@ -2,6 +2,8 @@
 #include "TagStore.h"
 
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace kelvane::detail {
 namespace {
@@ -22,11 +24,12 @@ struct Pair {
 
 Pair pairOf(const TagLib::String &text)
 {
-    const std::string bytes = text.to8Bit(true);
-    const auto slash = bytes.find('/');
-    if (slash == std::string::npos)
-        return {String(bytes).longLongValue()};
-    return {String(bytes.substr(0, slash)).longLongValue(), String(bytes.substr(slash + 1)).longLongValue(), true};
+    const String numbers = toKelvane(text);
+    const auto slash = numbers.view().find('/');
+    if (slash == std::string_view::npos)
+        return {numbers.longLongValue()};
+    return {String(numbers.view().substr(0, slash)).longLongValue(),
+        String(numbers.view().substr(slash + 1)).longLongValue(), true};
 }
 
 TagLib::String textOf(const Pair &pair)
@@ -77,7 +80,12 @@ void TextStore::write(TagKey key, const Value &value)
 
 String toKelvane(const TagLib::String &text)
 {
-    return String(text.to8Bit(true));
+    std::string utf8 = text.to8Bit(true);
+    if (!utf8.empty() || text.isEmpty())
+        return String(std::move(utf8));
+    // The tag library gives a whole text up for half a surrogate pair, which is what writers leave that cut a text after
+    // so many units.
+    return String::fromUtf16(std::u16string(text.begin(), text.end())).toValidUtf8();
 }
 
 TagLib::String toTagLib(const String &text)
