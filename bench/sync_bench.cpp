@@ -185,16 +185,16 @@ int main(int argc, char **argv)
         .run(1);
 
     std::map<int, Devices> growing;
-    for (const int size : {100, 1'000, 10'000})
+    for (const int size : {30, 300, 3'000})
         growing.try_emplace(size, fs::path(folder) / std::to_string(size), size, Songs::small);
     scaling(
-        "sync", "a file, first run", {"ms", 1e3}, {100, 1'000, 10'000},
+        "sync", "a file, first run", {"ms", 1e3}, {30, 300, 3'000},
         [&](int size) { return growing.at(size).first(ours)() / size; }, 3);
     std::map<int, Contest::Round> again;
     for (auto &[size, device] : growing)
         again[size] = device.second(ours);
     scaling(
-        "sync", "a file, second run", {"ms", 1e3}, {100, 1'000, 10'000},
+        "sync", "a file, second run", {"ms", 1e3}, {30, 300, 3'000},
         [&](int size) { return again.at(size)() / size; }, 5);
     fs::remove_all(folder);
     return 0;

@@ -12,9 +12,9 @@ import sys
 from xml.sax.saxutils import escape
 
 AREAS = {
-    'tasks': 'Tasks', 'list': 'Lists', 'record': 'Records', 'base64': 'Base64', 'probe': 'Artwork probe',
-    'tags': 'Tags', 'index': 'Index', 'info': 'kelvane info', 'heic': 'HEIC to JPEG', 'sqlite': 'SQLite',
-    'copy': 'Copies', 'sync': 'kelvane sync', 'utilities': 'Utilities',
+    'start': 'Start of the command', 'tasks': 'Tasks', 'list': 'Lists', 'record': 'Records', 'base64': 'Base64',
+    'probe': 'Artwork probe', 'tags': 'Tags', 'index': 'Index', 'info': 'kelvane info', 'heic': 'HEIC to JPEG',
+    'sqlite': 'SQLite', 'copy': 'Copies', 'sync': 'kelvane sync', 'utilities': 'Utilities',
 }
 
 

@@ -76,7 +76,8 @@ public:
     [[nodiscard]] const String &xattrName() const noexcept { return _xattrName; }
 
     /// Whether each file reaches the disk before it gets its final name, and its name before copyfile() returns:
-    /// for devices that are pulled out right after. Off at first, because it costs a flush for each file.
+    /// for devices that are pulled out right after. The system's memory lets go of what is on the disk. Off at first,
+    /// because it costs a flush for each file.
     void setSynchronise(bool synchronise) noexcept { _synchronise = synchronise; }
     [[nodiscard]] bool synchronise() const noexcept { return _synchronise; }
 

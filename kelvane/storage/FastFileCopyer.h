@@ -46,7 +46,8 @@ public:
     [[nodiscard]] std::shared_ptr<FastFileCopyerDelegate> delegate() const { return _delegate.get().lock(); }
     void setDelegate(const std::shared_ptr<FastFileCopyerDelegate> &delegate) { _delegate.set(delegate); }
 
-    /// Before each copy as well: whether files reach the disk before they get their final names. Off at first.
+    /// Before each copy as well: whether files reach the disk before they get their final names, and leave memory then, so that
+    /// what is read again comes from the disk. Off at first.
     void setSynchronise(bool synchronise) noexcept { _synchronise.store(synchronise); }
 
     /// 0 new, 1 copying, 2 succeeded, 3 failed. Keeps the last outcome until the next copy really begins.

@@ -3,13 +3,20 @@
 #include <kelvane/platform/SerialQueue.h>
 #include <kelvane/storage/FastFileCopyer.h>
 
+#include <algorithm>
+#include <fcntl.h>
 #include <future>
 #include <gmock/gmock.h>
+#include <linux/magic.h>
+#include <sys/mman.h>
+#include <sys/vfs.h>
 #include <sys/xattr.h>
 #include <tests/support/CopyRecorder.h>
 #include <tests/support/LogCapture.h>
 #include <tests/support/TemporaryFolder.h>
 #include <thread>
+#include <unistd.h>
+#include <vector>
 
 using namespace kelvane;
 using namespace kelvane::testsupport;
@@ -19,6 +26,28 @@ using testing::IsEmpty;
 namespace {
 
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
+
+/// How much of a file is in the system's memory, 0 to 1.
+double residentPart(const std::string &path, std::size_t size)
+{
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    void *const memory = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, file, 0);
+    ::close(file);
+    if (memory == MAP_FAILED)
+        return -1;
+    const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    std::vector<unsigned char> pages((size + pageSize - 1) / pageSize);
+    const bool isTold = ::mincore(memory, size, pages.data()) == 0;
+    ::munmap(memory, size);
+    const auto resident = std::count_if(pages.begin(), pages.end(), [](unsigned char page) { return (page & 1) != 0; });
+    return isTold ? static_cast<double>(resident) / static_cast<double>(pages.size()) : -1;
+}
+
+bool isInMemoryOnly(const std::string &path)
+{
+    struct statfs status {};
+    return ::statfs(path.c_str(), &status) == 0 && status.f_type == TMPFS_MAGIC;
+}
 
 class Listener : public FastFileCopyerDelegate {
 public:
@@ -492,4 +521,17 @@ TEST_F(FastFileCopyerTest, SynchronisedCopiesArriveAsWell)
     copier->fileCopyFromPath(from, to);
     EXPECT_EQ(copier->state(), 2);
     EXPECT_EQ(readFile(to.str()), "content");
+}
+
+TEST_F(FastFileCopyerTest, SynchronisedCopiesLeaveTheSystemsMemory)
+{
+    if (isInMemoryOnly(folder.string("").str()))
+        GTEST_SKIP() << "the files are in memory only";
+    writeFile(from.str(), std::string(8 * mebibyte, 'x'));
+    copier->setSynchronise(true);
+    copier->fileCopyFromPath(from, to);
+    EXPECT_EQ(copier->state(), 2);
+    const double resident = residentPart(to.str(), 8 * mebibyte);
+    EXPECT_GE(resident, 0);
+    EXPECT_LT(resident, 0.5);
 }
