@@ -90,10 +90,9 @@ bool copyWithAttributes(int from, int to)
     if (::fstat(from, &status) != 0 || !copyBytes(from, to))
         return false;
     // An owner that may not be given away stays ours. It goes first, because it resets bits of the mode.
-    const bool isGiven = ::fchown(to, status.st_uid, status.st_gid) == 0;
-    (void)isGiven;
-    copyExtendedAttributes(from, to);
-    return ::fchmod(to, status.st_mode & 07777) == 0;
+    if (::fchown(to, status.st_uid, status.st_gid) != 0 && !isRefusal(errno))
+        return false;
+    return copyExtendedAttributes(from, to) && ::fchmod(to, status.st_mode & 07777) == 0;
 }
 
 void closeKeepingErrno(int descriptor)

@@ -40,7 +40,11 @@ private:
 /// (EINVAL for what is no regular file).
 [[nodiscard]] int openRegularFile(const std::string &path);
 
-/// Copies extended attributes, which carry access lists as well, leaving out what the target refuses.
-void copyExtendedAttributes(int from, int to);
+/// Copies extended attributes, which carry access lists as well, leaving out what the target refuses. False with errno
+/// set where one could not be read, or there is no room for it: the copy would lack what the file has.
+[[nodiscard]] bool copyExtendedAttributes(int from, int to);
+
+/// Whether an attribute could not be carried over because the system says no, not because the disk fails or is full.
+[[nodiscard]] bool isRefusal(int error);
 
 } // namespace kelvane::detail

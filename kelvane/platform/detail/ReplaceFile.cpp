@@ -38,8 +38,11 @@ bool writeParts(int descriptor, std::span<const std::span<const std::byte>> part
         if (!writeAll(descriptor, part))
             return false;
     struct stat status = {};
-    const bool isReplacement = ::lstat(replaced.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-    const mode_t mode = isReplacement ? status.st_mode & 07777 : newFileMode();
+    const bool isThere = ::lstat(replaced.c_str(), &status) == 0;
+    // Where the old file's mode is not known, the new one might show the content to others.
+    if (!isThere && errno != ENOENT)
+        return false;
+    const mode_t mode = isThere && S_ISREG(status.st_mode) ? status.st_mode & 07777 : newFileMode();
     return ::fchmod(descriptor, mode) == 0 && ::fsync(descriptor) == 0;
 }
 
