@@ -129,8 +129,12 @@ UserDefaultsFile::Content UserDefaultsFile::read() const
         return content;
     }
     struct stat status {};
-    if (::fstat(file.get(), &status) == 0)
-        content.identity = identityOf(status);
+    if (::fstat(file.get(), &status) != 0) {
+        content.error = errno;
+        content.state = State::Unreadable;
+        return content;
+    }
+    content.identity = identityOf(status);
     content.state = State::Damaged;
     if (status.st_size > largest)
         return content;
@@ -183,7 +187,7 @@ String UserDefaultsFile::setAside() const
         if (::link(_path.c_str(), aside.c_str()) == 0)
             return ::unlink(_path.c_str()) == 0 ? String(aside) : String();
         // Not every file system has links. Nobody else writes here, so that a name that is free stays free.
-        if (errno != EEXIST && ::access(aside.c_str(), F_OK) != 0)
+        if (errno != EEXIST && ::access(aside.c_str(), F_OK) != 0 && errno == ENOENT)
             return ::rename(_path.c_str(), aside.c_str()) == 0 ? String(aside) : String();
     }
     return {};
