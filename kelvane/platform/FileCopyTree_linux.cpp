@@ -7,6 +7,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <vector>
 
 namespace kelvane {
@@ -52,7 +53,7 @@ unsigned char typeOf(int folder, const char *name)
 int listFolder(int folder, std::vector<CopyEntry> &entries)
 {
     const int own = fcntl(folder, F_DUPFD_CLOEXEC, 0);
-    DIR *const listing = own < 0 ? nullptr : fdopendir(own);
+    const std::unique_ptr<DIR, int (*)(DIR *)> listing(own < 0 ? nullptr : fdopendir(own), closedir);
     if (!listing) {
         const int reason = errno;
         if (own >= 0)
@@ -60,14 +61,13 @@ int listFolder(int folder, std::vector<CopyEntry> &entries)
         return reason;
     }
     errno = 0;
-    while (const dirent *const entry = readdir(listing)) {
+    while (const dirent *const entry = readdir(listing.get())) {
         if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0)
             entries.push_back({entry->d_name, entry->d_ino,
                 entry->d_type == DT_UNKNOWN ? typeOf(folder, entry->d_name) : entry->d_type});
         errno = 0;
     }
     const int reason = errno;
-    closedir(listing);
     std::sort(entries.begin(), entries.end(), [](const CopyEntry &a, const CopyEntry &b) { return a.inode < b.inode; });
     return reason;
 }
