@@ -3,7 +3,10 @@
 
 #include <kelvane/platform/detail/FileAttributes.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
+#include <sys/stat.h>
 #include <system_error>
 
 // What the library does where a name is taken: the names that it tries, and moving files out of the way.
@@ -21,9 +24,14 @@ String numbered(const String &path, std::uint64_t number)
 
 bool move(const String &path, const String &destination) noexcept
 {
-    std::error_code error;
-    fs::rename(path.c_str(), destination.c_str(), error);
-    return !error;
+    return std::rename(path.c_str(), destination.c_str()) == 0;
+}
+
+/// Whether nothing is at the path for certain: a disk that does not answer may hold what must not be replaced.
+bool isFree(const String &path) noexcept
+{
+    struct stat status {};
+    return ::stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR || errno == ELOOP);
 }
 
 /// Gives the copies the modification dates of what they were made from, folders after what is in them.
@@ -110,7 +118,7 @@ bool Utils::moveFile(const String &path)
         if (!deleteFile(candidate) && fileExsit(candidate))
             return false;
     }
-    return move(path, candidate);
+    return isFree(candidate) && move(path, candidate);
 }
 
 bool Utils::backFile(const String &path)
@@ -119,7 +127,7 @@ bool Utils::backFile(const String &path)
         return false;
     const String origin = path + "(origin)";
     if (!fileExsit(origin))
-        return move(path, origin);
+        return isFree(origin) && move(path, origin);
     const String backup = path + "(bak)";
     if (fileExsit(backup))
         deleteFile(backup);
