@@ -29,13 +29,13 @@ std::int64_t mostPixelsFor(std::int64_t width, std::int64_t height)
     return (width + blockSize) * (height + blockSize);
 }
 
-// Paints in stripes, one thread on each.
+// Paints in stripes, one thread on each. False where memory ended.
 template <class Paint>
-void inStripes(int rows, Paint &&paint)
+bool inStripes(int rows, Paint &&paint)
 {
     constexpr int stripe = 64;
     std::atomic<int> next = 0;
-    onThreads(std::min(coreCount(), std::max(1, rows / 256)), [&] {
+    return onThreads(std::min(coreCount(), std::max(1, rows / 256)), [&] {
         for (int first = next.fetch_add(stripe); first < rows; first = next.fetch_add(stripe))
             paint(first, std::min(first + stripe, rows));
     });
@@ -61,13 +61,8 @@ public:
     [[nodiscard]] HevcDecoder::Outcome decode()
     {
         const auto most = std::min<std::size_t>(static_cast<std::size_t>(coreCount()), _tiles.size());
-        onThreads(static_cast<int>(most), [this] {
-            try {
-                work();
-            } catch (const std::exception &) {
-                _outcome = HevcDecoder::Outcome::damaged; // memory has ended
-            }
-        });
+        if (!onThreads(static_cast<int>(most), [this] { work(); }))
+            return HevcDecoder::Outcome::damaged; // memory has ended
         return _outcome;
     }
 
@@ -172,13 +167,12 @@ bool HevcPicture::decodeSingle(std::uint32_t item, const Canvas &canvas)
     if (outcome != HevcDecoder::Outcome::decoded || planes.width < canvas.width || planes.height < canvas.height)
         return false;
     const Place place{0, 0, canvas.width, canvas.height};
-    inStripes(canvas.height, [&](int first, int end) {
+    return inStripes(canvas.height, [&](int first, int end) {
         if (canvas.bytesPerPixel == 4)
             paintColour(planes, _file.colour, canvas, place, first, end);
         else
             paintAlpha(planes, canvas, place, first, end);
     });
-    return true;
 }
 
 bool HevcPicture::decodeGrid(std::uint32_t item, const Canvas &canvas)

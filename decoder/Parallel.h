@@ -2,7 +2,8 @@
 #pragma once
 
 #include <algorithm>
-#include <system_error>
+#include <atomic>
+#include <exception>
 #include <thread>
 #include <vector>
 
@@ -16,21 +17,31 @@ namespace kelvane::decoder {
 }
 
 /// Calls `work` on `count` threads, one of them this one, and returns when all have. Where the system gives no more
-/// threads there are fewer calls, so each takes what there is still to do from a place they share. `work` must not throw.
+/// threads, or no memory for them, there are fewer calls, so each takes what there is still to do from a place they share.
+/// False where a call ended by an exception, as it does for want of memory.
 template <class Work>
-void onThreads(int count, Work &&work)
+[[nodiscard]] bool onThreads(int count, Work &&work)
 {
+    std::atomic<bool> isDone = true;
+    const auto call = [&]() noexcept {
+        try {
+            work();
+        } catch (const std::exception &) {
+            isDone = false;
+        }
+    };
     std::vector<std::thread> threads;
     try {
         threads.reserve(static_cast<std::size_t>(count));
         while (static_cast<int>(threads.size()) + 1 < count)
-            threads.emplace_back([&work] { work(); });
-    } catch (const std::system_error &) {
+            threads.emplace_back(call);
+    } catch (const std::exception &) {
         // The threads that there are do it.
     }
-    work();
+    call();
     for (std::thread &thread : threads)
         thread.join();
+    return isDone;
 }
 
 } // namespace kelvane::decoder
