@@ -7,10 +7,10 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <exception>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -88,7 +88,7 @@ private:
         ::fcntl(ends[1], F_SETFL, O_NONBLOCK);
         try {
             std::thread([this, readingEnd = ends[0]] { read(readingEnd); }).detach();
-        } catch (const std::system_error &) {
+        } catch (const std::exception &) {
             ::close(ends[0]);
             ::close(ends[1]);
             return false;

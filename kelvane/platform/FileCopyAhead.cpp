@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <dirent.h>
+#include <exception>
 #include <fcntl.h>
-#include <system_error>
 
 namespace kelvane {
 
@@ -63,7 +63,7 @@ bool FileCopyAhead::hasHelpers()
         try {
             while (_helpers.size() < count)
                 _helpers.emplace_back([this] { help(); });
-        } catch (const std::system_error &) {
+        } catch (const std::exception &) {
             // No more threads to be had: those that there are do it.
         }
     }

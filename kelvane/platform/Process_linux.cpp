@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <exception>
 #include <mutex>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -117,7 +118,7 @@ Process::~Process()
         return;
     try {
         std::thread(reap, d->child).detach();
-    } catch (const std::system_error &) {
+    } catch (const std::exception &) {
         // No thread to be had. Waiting here might take for ever, so that this one child is left to the system.
     }
 }

@@ -7,10 +7,10 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <jpeglib.h>
 #include <memory>
 #include <string_view>
-#include <system_error>
 #include <thread>
 
 namespace kelvane::detail {
@@ -180,7 +180,7 @@ std::vector<Buffer> encodeStripes(const JpegPicture &picture, std::atomic<bool> 
     try {
         while (threads.size() + 1 < count)
             threads.emplace_back(work);
-    } catch (const std::system_error &) {
+    } catch (const std::exception &) {
         // The threads that there are do it.
     }
     work();
