@@ -42,6 +42,24 @@ bool hasDoors()
     return has;
 }
 
+[[noreturn]] void failFile(const std::string &relative)
+{
+    throw ItemError("cannot look at " + inQuotes(relative) + " of the device: " + reasonText(errno));
+}
+
+// A device that does not answer must not pass for one that lacks the file: its note would be dropped, and its name be
+// given to another. A name that the file system cannot hold is that of no file.
+bool isAbsent(int errorNumber)
+{
+    return errorNumber == ENOENT || errorNumber == ENOTDIR || errorNumber == ENAMETOOLONG || errorNumber == EINVAL;
+}
+
+// Not every file system can flush a folder; those that cannot write names at once.
+bool flushFolder(int folder)
+{
+    return ::fsync(folder) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EBADF;
+}
+
 struct statvfs spaceOf(int root)
 {
     struct statvfs status {};
@@ -142,7 +160,8 @@ void DeviceFolder::makeCertain(const std::string &relative)
     const Place place = placeOf(relative);
     if (::mkdirat(place.folder, place.name.c_str(), 0777) != 0 && errno != EEXIST)
         failFolder(relative, errno);
-    ::fsync(place.folder);
+    if (!flushFolder(place.folder))
+        failFolder(relative, errno);
     if (folderAt(relative) < 0)
         failFolder(relative, ENOENT);
     _certain.insert(relative);
@@ -152,17 +171,26 @@ std::optional<FileStamp> DeviceFolder::stampOf(const std::string &relative)
 {
     const Place place = placeOf(relative);
     struct stat status {};
-    if (place.folder < 0 || ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0
-        || !S_ISREG(status.st_mode))
+    if (place.folder < 0)
         return std::nullopt;
-    return FileStamp::of(status);
+    if (::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (!isAbsent(errno))
+            failFile(relative);
+        return std::nullopt;
+    }
+    return S_ISREG(status.st_mode) ? std::optional(FileStamp::of(status)) : std::nullopt;
 }
 
 bool DeviceFolder::isTaken(const std::string &relative)
 {
     const Place place = placeOf(relative);
     struct stat status {};
-    return place.folder >= 0 && ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (place.folder < 0)
+        return false;
+    const bool isThere = ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (!isThere && !isAbsent(errno))
+        failFile(relative);
+    return isThere;
 }
 
 bool DeviceFolder::publish(const std::string &from, const std::string &to)
@@ -180,15 +208,15 @@ bool DeviceFolder::publish(const std::string &from, const std::string &to)
         if (::renameat(source.folder, source.name.c_str(), target.folder, target.name.c_str()) != 0)
             throw ItemError(reasonText(errno));
     }
-    // Not every file system can flush a folder; those that cannot write names at once.
-    ::fsync(target.folder);
+    if (!flushFolder(target.folder))
+        throw ItemError(reasonText(errno));
     return true;
 }
 
 void DeviceFolder::synchroniseFolder(const std::string &relative)
 {
-    if (const int folder = folderAt(relative); folder >= 0)
-        ::fsync(folder);
+    if (const int folder = folderAt(relative); folder >= 0 && !flushFolder(folder))
+        failFolder(relative, errno);
 }
 
 void DeviceFolder::removeFile(const std::string &relative)
@@ -209,9 +237,14 @@ std::vector<std::string> DeviceFolder::namesIn(const std::string &relative)
     if (!open)
         failFolder(relative, errno);
     std::vector<std::string> names;
-    while (const dirent *entry = ::readdir(open.get()))
+    errno = 0;
+    while (const dirent *entry = ::readdir(open.get())) {
         if (const std::string name = entry->d_name; name != "." && name != "..")
             names.push_back(name);
+        errno = 0;
+    }
+    if (errno != 0)
+        failFolder(relative, errno);
     return names;
 }
 

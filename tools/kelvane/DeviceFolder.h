@@ -43,9 +43,9 @@ public:
     void checkFolder(const std::string &relative);
     /// Makes a folder, and those on the way to it, unless they are there, and brings their names to the device itself.
     void makeFolder(const std::string &relative);
-    /// The regular file at a path; nothing where there is none.
+    /// The regular file at a path; nothing where there is none. Fails where the device cannot tell.
     [[nodiscard]] std::optional<FileStamp> stampOf(const std::string &relative);
-    /// Whether anything has this name, be it a link that leads nowhere.
+    /// Whether anything has this name, be it a link that leads nowhere. Fails where the device cannot tell.
     [[nodiscard]] bool isTaken(const std::string &relative);
     /// Gives a finished file its final name, in a folder that is made where it is missing, and brings the name to the
     /// device itself. False, with nothing changed, where the name is taken.

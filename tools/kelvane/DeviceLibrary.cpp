@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <kelvane/foundation/Value.h>
 #include <string_view>
 #include <unistd.h>
@@ -41,6 +42,8 @@ void checkHeader(DeviceFolder &device)
         refuse(device, "it is no regular file");
     const FileDescriptor file = device.openFile(DeviceLibrary::fileName);
     const ssize_t count = ::read(file.get(), bytes.data(), bytes.size());
+    if (count < 0)
+        refuse(device, reasonText(errno));
     const std::string_view header(bytes.data(), bytes.size());
     if (count != static_cast<ssize_t>(bytes.size()) || header.substr(0, magic.size()) != magic)
         refuse(device, "it is not a database");
