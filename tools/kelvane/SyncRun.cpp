@@ -5,6 +5,7 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <exception>
 #include <optional>
 
 namespace kelvane::tool {
@@ -51,13 +52,41 @@ void SyncRun::run()
         const std::lock_guard guard(_mutex);
         _changed.notify_all();
     });
-    startLanes();
-    waitForLanes();
+    std::exception_ptr thrown;
+    try {
+        startLanes();
+        waitForLanes();
+    } catch (...) {
+        thrown = std::current_exception();
+        abandonLanes(); // which work with what the caller is about to take away
+    }
     Interruption::whenRequested({});
     _list->removeItemCommitedWatcher(watcher);
     _lanes.clear(); // they know of this run, too
-    _running.clear();
     _summary.isInterrupted = Interruption::isRequested();
+    const std::size_t unfinished = _pending.size() - _next + _running.size();
+    _running.clear();
+    if (thrown)
+        std::rethrow_exception(thrown);
+    if (unfinished > 0 && !_summary.isInterrupted)
+        countUnfinished(unfinished);
+}
+
+// Lets the items at work come to their end, and begins no further one.
+void SyncRun::abandonLanes()
+{
+    std::unique_lock lock(_mutex);
+    _next = _pending.size();
+    _changed.wait(lock, [this] { return _busyLanes == 0; });
+}
+
+// An error while an item's end was noted, as for want of memory, ends its lane: what was not noted counts as failed,
+// so that the run does not pass for complete.
+void SyncRun::countUnfinished(std::size_t unfinished)
+{
+    for (std::size_t i = 0; i < unfinished; ++i)
+        _summary.count(SyncOutcome::Failed, {}, 0);
+    _view.errorLine(countText(unfinished, "item") + " could not be finished; sync again");
 }
 
 void SyncRun::startLanes()
@@ -76,7 +105,13 @@ void SyncRun::startLanes()
             _lanes.push_back(lane);
             ++_busyLanes;
         }
-        lane->startTask();
+        try {
+            lane->startTask();
+        } catch (...) {
+            const std::lock_guard guard(_mutex);
+            --_busyLanes;
+            throw;
+        }
     }
 }
 
@@ -85,11 +120,12 @@ void SyncRun::handNextItemTo(const std::shared_ptr<MultiAsyncTask> &lane)
 {
     if (_next == _pending.size() || Interruption::isRequested())
         return;
-    const std::shared_ptr<SyncItem> &item = _pending[_next++];
+    const std::shared_ptr<SyncItem> &item = _pending[_next];
     const std::shared_ptr<SyncItemAsyncTask> task = makeTask(item);
     const std::shared_ptr<SyncRecord> record = item->record();
     const SyncItemNews news{record->source, record->devicePath, nameOfAction(task->action()), record->sourceStamp.size};
     _running.emplace(task.get(), Running{task, lane, news});
+    ++_next; // from here on it counts as unfinished where it is listed as running
     _view.itemStarted(news);
     lane->addTask(task);
 }

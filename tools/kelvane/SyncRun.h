@@ -49,6 +49,8 @@ private:
     void startLanes();
     void handNextItemTo(const std::shared_ptr<MultiAsyncTask> &lane);
     void waitForLanes();
+    void abandonLanes();
+    void countUnfinished(std::size_t unfinished);
     void cancelAll();
     void committed(const DataItemChangeEventArgs &args);
     void settle(Running &running, const SyncCompletedNotification &notification);
