@@ -193,11 +193,20 @@ bool AsyncTaskIOS::runWork()
     try {
         return onWork();
     } catch (const std::exception &thrown) {
+        noteWorkException(thrown);
+        return false;
+    }
+}
+
+void AsyncTaskIOS::noteWorkException(const std::exception &thrown)
+{
+    try {
         auto exception = Exception::from(thrown);
         setErrorText(exception->description());
+        setError(exception);
         logWorkException(*exception);
-        setError(std::move(exception));
-        return false;
+    } catch (const std::exception &) {
+        // No memory to say why. The work has failed all the same.
     }
 }
 

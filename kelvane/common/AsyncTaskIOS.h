@@ -157,6 +157,7 @@ private:
     ProgressChangedBlock forwardProgressOf(BaseAsyncTask &child);
     void copyErrorOf(const IAsyncTask2 &child);
     bool runWork();
+    void noteWorkException(const std::exception &thrown);
     void finish(bool outcome);
 
     detail::AtomicProperty<AsyncTaskCallback> _asyncCompleted;
