@@ -104,8 +104,8 @@ public:
     /// the one with "(bak)", which always is. False when nothing is at the path. @selector backFile:
     static bool backFile(const String &path);
     /// Copies a file or folder to where another is, which is moved aside first (see moveFile()): false when nothing is
-    /// at `dstPath`. When the copy fails, the other stays moved aside and nothing is at `dstPath`. Modification dates
-    /// and permissions are copied, too. @selector copyFile:dstPath:
+    /// at `dstPath`. When the copy fails, the other stays moved aside and nothing is at `dstPath`. Dates, permissions
+    /// and attributes are copied, too, as by copyfile() with COPYFILE_ALL. @selector copyFile:dstPath:
     static bool copyFile(const String &path, const String &dstPath);
     /// Whether both have the same size and the same modification date. @selector isSameFile:dstPath:
     [[nodiscard]] static bool isSameFile(const String &path, const String &dstPath) noexcept;

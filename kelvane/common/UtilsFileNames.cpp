@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/Utils.h>
 
+#include <kelvane/common/Guid.h>
 #include <kelvane/platform/detail/FileAttributes.h>
+#include <kelvane/platform/FileCopy.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <new>
 #include <sys/stat.h>
 #include <system_error>
 
@@ -34,50 +37,30 @@ bool isFree(const String &path) noexcept
     return ::stat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR || errno == ELOOP);
 }
 
-/// Gives the copies the modification dates of what they were made from, folders after what is in them.
-void copyDates(const fs::path &source, const fs::path &destination)
+/// A hidden name beside `path` that nobody else has.
+String stagingBeside(const String &path)
 {
-    std::error_code error;
-    if (fs::is_directory(fs::symlink_status(source, error))) {
-        for (fs::directory_iterator entry(source, error); !error && entry != fs::directory_iterator();
-             entry.increment(error))
-            copyDates(entry->path(), destination / entry->path().filename());
-    }
-    if (!fs::is_symlink(fs::symlink_status(source, error))) {
-        const auto modified = fs::last_write_time(source, error);
-        if (!error)
-            fs::last_write_time(destination, modified, error);
-    }
+    const fs::path place(path.c_str());
+    return (place.parent_path() / (".kelvane-" + Guid().UUIDString().str() + ".part")).native();
 }
 
-/// Whether `path` would lie inside the folder `outer`, whose copy would then never end.
-bool isInside(const fs::path &path, const fs::path &outer)
+/// Copies to where nothing is. A folder is made under another name: when a disk fails on the way, and cannot even take
+/// back what it has got, a part of it does not pass for the whole.
+bool copyItem(const String &source, const String &destination)
 {
-    std::error_code error;
-    const fs::path folder = fs::canonical(outer, error);
-    if (error)
-        return false;
-    for (fs::path parent = fs::weakly_canonical(path, error); !error && parent.has_relative_path();
-         parent = parent.parent_path()) {
-        if (parent == folder)
-            return true;
+    constexpr std::uint32_t how = COPYFILE_ALL | COPYFILE_RECURSIVE | COPYFILE_NOFOLLOW | COPYFILE_EXCL;
+    const String staging = stagingBeside(destination);
+    bool isThere = false;
+    try {
+        isThere = copyfile(source, staging, nullptr, how) == 0 && isFree(destination) && move(staging, destination);
+    } catch (const std::bad_alloc &) {
+        // A failure as any other: what there is of the copy goes.
     }
-    return false;
-}
-
-bool copyItem(const fs::path &source, const fs::path &destination)
-{
-    std::error_code error;
-    if (isInside(destination, source))
-        return false;
-    fs::copy(source, destination, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
-    if (error) {
+    if (!isThere) {
         std::error_code ignored;
-        fs::remove_all(destination, ignored);
-        return false;
+        fs::remove_all(staging.c_str(), ignored);
     }
-    copyDates(source, destination);
-    return true;
+    return isThere;
 }
 
 } // namespace
@@ -141,8 +124,7 @@ bool Utils::copyFile(const String &path, const String &dstPath)
     // Intended: there must be something to replace. A copy that fails leaves it moved aside, where callers look for it.
     if (!moveFile(dstPath))
         return false;
-    const char *source = detail::systemPath(path);
-    return source && copyItem(source, dstPath.c_str());
+    return detail::systemPath(path) && copyItem(path, dstPath);
 }
 
 } // namespace kelvane

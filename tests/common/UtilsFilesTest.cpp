@@ -18,6 +18,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 namespace {
 
@@ -296,6 +297,29 @@ TEST_F(UtilsFiles, AFailedCopyLeavesTheDestinationMovedAside)
     put("other", "old");
     EXPECT_FALSE(Utils::copyFile(folder.string("pipe"), folder.string("other")));
     EXPECT_EQ(get("other(1)"), "old");
+}
+
+TEST_F(UtilsFiles, AFailedCopyOfAFolderLeavesNoPartOfIt)
+{
+    put("source/a/b", "new");
+    ASSERT_EQ(mkfifo(folder.path("source/pipe").c_str(), 0600), 0);
+    put("destination", "old");
+    EXPECT_FALSE(Utils::copyFile(folder.string("source"), folder.string("destination")));
+    EXPECT_EQ(get("destination(1)"), "old");
+    EXPECT_EQ(entries(), 2U) << "besides the source and what was moved aside";
+}
+
+TEST_F(UtilsFiles, CopyFileKeepsAttributesAndModes)
+{
+    const String source = put("source", "new");
+    if (setxattr(source.c_str(), "user.title", "a title", 7, 0) != 0)
+        GTEST_SKIP() << "the file system has no attributes of users";
+    fs::permissions(folder.path("source"), fs::perms::owner_all);
+    const String destination = put("destination", "old");
+    ASSERT_TRUE(Utils::copyFile(source, destination));
+    char value[16];
+    EXPECT_EQ(getxattr(destination.c_str(), "user.title", value, sizeof value), 7);
+    EXPECT_EQ(fs::status(folder.path("destination")).permissions(), fs::perms::owner_all);
 }
 
 TEST_F(UtilsFiles, IsSameFileComparesSizesAndModificationDates)
