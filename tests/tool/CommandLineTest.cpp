@@ -6,6 +6,8 @@
 #include <kelvane/platform/FMResultSet.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <set>
 #include <sys/stat.h>
@@ -70,9 +72,44 @@ TEST(CommandLine, QuietSaysNothingButErrors)
 TEST(CommandLine, OutputThatCannotBeWrittenIsAFailure)
 {
     EXPECT_EQ(std::system(KELVANE_TOOL " types mp3 >/dev/full 2>/dev/null") >> 8, 1);
+    EXPECT_EQ(std::system(KELVANE_TOOL " types --help >/dev/full 2>/dev/null") >> 8, 1);
+}
+
+/// The exit code of the command with standard output and others as the shell is told.
+int codeOf(const std::string &arguments, const std::string &redirection)
+{
+    return std::system((KELVANE_TOOL + (' ' + arguments) + " 2>/dev/null " + redirection).c_str()) >> 8;
+}
+
+TEST(CommandLine, ClosedOutputIsAFailureAndGoesIntoNoOtherFile)
+{
+    EXPECT_EQ(codeOf("types mp3", ">&-"), 1);
+    // The numbers of the closed ones would be given to the files that are opened next, which would get what is printed.
+    const TemporaryFolder folder;
+    const std::filesystem::path song = folder.path("song");
+    std::ofstream(song) << "la";
+    EXPECT_EQ(codeOf("copy '" + song.string() + "' '" + folder.path("copy").string() + '\'', "<&- >&-"), 1);
+    std::string copied;
+    std::getline(std::ifstream(folder.path("copy")), copied, '\0');
+    EXPECT_EQ(copied, "la");
 }
 
 using Info = SyncFixture;
+
+TEST_F(Info, AReaderThatHasSeenEnoughIsNoFailure)
+{
+    addSongs(2);
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    ::close(ends[0]);
+    const std::string into = ">&" + std::to_string(ends[1]);
+    for (const char *arguments : {"types mp3", "types --json mp3 mp4", "help sync"})
+        EXPECT_EQ(std::system(("trap '' PIPE; " KELVANE_TOOL " " + (arguments + (' ' + into))).c_str()), 0)
+            << arguments;
+    EXPECT_EQ(codeOf("sync '" + source() + "' '" + device() + '\'', into), 0);
+    ::close(ends[1]);
+    expectComplete();
+}
 
 TEST_F(Info, JsonHasOneObjectALineInTheOrderGiven)
 {

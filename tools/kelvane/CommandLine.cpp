@@ -10,8 +10,11 @@
 #include <cerrno>
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <iostream>
 #include <numeric>
+#include <poll.h>
 #include <string_view>
+#include <unistd.h>
 
 namespace kelvane::tool {
 namespace {
@@ -60,6 +63,25 @@ const Command *commandOf(const Program &program, int argc, char **argv)
     return command;
 }
 
+bool hasReaderLeft()
+{
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
+// Fails where not all reached standard output that was printed.
+void checkOutput()
+{
+    const int reason = std::fflush(stdout) == 0 ? 0 : errno;
+    if (reason == 0 && !std::ferror(stdout))
+        return;
+    // A reader who has seen enough and left is no failure.
+    if (reason == EPIPE || hasReaderLeft())
+        return;
+    throw StopError(ExitSomeFailed,
+        "cannot write to standard output: " + (reason == 0 ? std::string("a part is missing") : reasonText(reason)));
+}
+
 ExitCode run(const Command &command)
 {
     // A command need not know of --quiet: it prints, and nobody sees it.
@@ -67,9 +89,7 @@ ExitCode run(const Command &command)
         throw StopError(ExitCannotStart, "cannot be quiet: /dev/null: " + reasonText(errno));
     setLogOutput(command.output->isVerbose);
     const ExitCode code = command.run();
-    // A reader who has seen enough and left is no failure.
-    if ((std::fflush(stdout) != 0 || std::ferror(stdout)) && errno != EPIPE)
-        throw StopError(ExitSomeFailed, "cannot write to standard output: " + reasonText(errno));
+    checkOutput();
     return code;
 }
 
@@ -98,7 +118,10 @@ ExitCode runCommandLine(int argc, char **argv)
     try {
         program.definition().parse(argc, argv);
     } catch (const CLI::Success &success) {
-        return static_cast<ExitCode>(program.definition().exit(success));
+        const auto code = static_cast<ExitCode>(program.definition().exit(success));
+        std::cout.flush();
+        checkOutput();
+        return code;
     } catch (const CLI::ParseError &error) {
         throw StopError(ExitWrongUse,
             printable(error.what()) + " (see kelvane " + (command ? command->text.name + ' ' : "") + "--help)");
