@@ -57,6 +57,8 @@ public:
 
     /// The properties of each device that is plugged in, in the order of their locations.
     [[nodiscard]] static Array devices();
+    /// The same, and whether these are all: false where the system failed to tell of a device or of a part of one.
+    [[nodiscard]] static Array devices(bool &isComplete);
 
     /// Begins to tell `delegate` of devices. False if it has begun already, or the system does not tell.
     bool start(std::weak_ptr<UsbDiscoveryDelegate> delegate);

@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "RunGuarded_p.h"
 #include "ThreadName_p.h"
-#include "UsbPlatform_p.h"
+#include "UsbHandles_p.h"
+#include "UsbSurvey_p.h"
 
 #include <kelvane/foundation/Value.h>
 #include <kelvane/platform/UsbDiscovery.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <exception>
-#include <fcntl.h>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <libudev.h>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -31,170 +26,22 @@ namespace kelvane {
 
 UsbDiscoveryDelegate::~UsbDiscoveryDelegate() = default;
 
-namespace {
-
-// What udev hands out, given back when it goes.
-template <class T, auto release>
-struct Release {
-    void operator()(T *object) const noexcept { release(object); }
-};
-template <class T, auto release>
-using Handle = std::unique_ptr<T, Release<T, release>>;
-using Udev = Handle<udev, udev_unref>;
-using UdevDevice = Handle<udev_device, udev_device_unref>;
-using UdevEnumeration = Handle<udev_enumerate, udev_enumerate_unref>;
-using UdevMonitor = Handle<udev_monitor, udev_monitor_unref>;
-
-/// More than any device has; what is behind it is not read.
-constexpr std::size_t longestDescriptors = 64 << 10;
-constexpr std::uint8_t hubClass = 9;
-
-String attribute(udev_device *device, const char *name)
-{
-    return udev_device_get_sysattr_value(device, name);
-}
-
-/// An attribute's number, 0 where there is none. USB's numbers are written in hexadecimal but for a few.
-std::int32_t number(udev_device *device, const char *name, int base = 16)
-{
-    const char *text = udev_device_get_sysattr_value(device, name);
-    return text ? static_cast<std::int32_t>(std::strtoul(text, nullptr, base)) : 0;
-}
-
-std::uint8_t byteNumber(udev_device *device, const char *name)
-{
-    return static_cast<std::uint8_t>(number(device, name));
-}
-
-/// Of a device that is gone already, the system has no numbers to tell.
-bool isUsbDevice(udev_device *device)
-{
-    const char *type = udev_device_get_devtype(device);
-    return type && std::string_view(type) == "usb_device" && udev_device_get_sysattr_value(device, "idVendor")
-        && udev_device_get_sysattr_value(device, "busnum") && byteNumber(device, "bDeviceClass") != hubClass;
-}
-
-/// Calls `use` with each device of the USB subsystem that is a `type`, below `parent` if that is given.
-void forEach(udev *context, udev_device *parent, std::string_view type, const std::function<void(udev_device *)> &use)
-{
-    const UdevEnumeration enumeration(udev_enumerate_new(context));
-    if (!enumeration || udev_enumerate_add_match_subsystem(enumeration.get(), "usb") < 0)
-        return;
-    if (parent)
-        udev_enumerate_add_match_parent(enumeration.get(), parent);
-    udev_enumerate_scan_devices(enumeration.get());
-    for (auto *entry = udev_enumerate_get_list_entry(enumeration.get()); entry;
-         entry = udev_list_entry_get_next(entry)) {
-        const UdevDevice device(udev_device_new_from_syspath(context, udev_list_entry_get_name(entry)));
-        const char *found = device ? udev_device_get_devtype(device.get()) : nullptr;
-        if (found && found == type)
-            use(device.get());
-    }
-}
-
-std::vector<detail::UsbConfiguration> configurationsOf(udev_device *device)
-{
-    std::ifstream file(std::string(udev_device_get_syspath(device)) + "/descriptors", std::ios::binary);
-    std::vector<char> bytes(longestDescriptors);
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-    return detail::readUsbDescriptors(std::as_bytes(std::span(bytes)));
-}
-
-/// The interfaces that the system has made of the configuration that the device is in, by their numbers.
-std::map<std::uint8_t, UsbInterface> configuredInterfaces(udev *context, udev_device *device)
-{
-    std::map<std::uint8_t, UsbInterface> interfaces;
-    const std::string_view path = udev_device_get_syspath(device);
-    forEach(context, device, "usb_interface", [&](udev_device *one) {
-        // Of a hub's device the interfaces of what is plugged into it would be found as well.
-        udev_device *parent = udev_device_get_parent(one);
-        if (!parent || udev_device_get_syspath(parent) != path)
-            return;
-        const detail::UsbTriple triple{byteNumber(one, "bInterfaceClass"), byteNumber(one, "bInterfaceSubClass"),
-            byteNumber(one, "bInterfaceProtocol")};
-        interfaces[byteNumber(one, "bInterfaceNumber")] = {triple, attribute(one, "interface").str()};
-    });
-    return interfaces;
-}
-
-/// The device's descriptors say at once which interfaces it has; the system shows them one after the other, with their
-/// names, and only once it has configured the device, which takes phones of the multiplexer kind a service.
-std::vector<UsbInterface> interfacesOf(udev *context, udev_device *device)
-{
-    const auto active = static_cast<std::uint8_t>(number(device, "bConfigurationValue", 10));
-    const std::map<std::uint8_t, UsbInterface> configured = configuredInterfaces(context, device);
-    std::vector<UsbInterface> interfaces;
-    for (const detail::UsbConfiguration &configuration : configurationsOf(device)) {
-        if (active != 0 && configuration.value != active)
-            continue;
-        for (const detail::UsbDescribedInterface &described : configuration.interfaces) {
-            UsbInterface one{described.triple, {}};
-            if (const auto shown = configured.find(described.number); shown != configured.end())
-                one = shown->second;
-            const bool isKnown = std::any_of(interfaces.begin(), interfaces.end(),
-                [&](const UsbInterface &other) { return other.triple == one.triple; });
-            if (active != 0 || !isKnown)
-                interfaces.push_back(std::move(one));
-        }
-    }
-    if (interfaces.empty()) {
-        for (const auto &[number, one] : configured)
-            interfaces.push_back(one);
-    }
-    return interfaces;
-}
-
-Dictionary propertiesOf(udev *context, udev_device *device)
-{
-    const std::vector<UsbInterface> interfaces = interfacesOf(context, device);
-    Array triples = Array::empty();
-    for (const UsbInterface &one : interfaces)
-        triples.append(Dictionary{{"bInterfaceClass", std::int32_t{one.triple.interfaceClass}},
-            {"bInterfaceSubClass", std::int32_t{one.triple.subClass}},
-            {"bInterfaceProtocol", std::int32_t{one.triple.protocol}}});
-    const std::int32_t vendor = number(device, "idVendor");
-    const String product = attribute(device, "product");
-    const String ports = attribute(device, "devpath");
-
-    // What is null is not stored.
-    Dictionary properties{
-        {"locationID", usbLocation(static_cast<std::uint32_t>(number(device, "busnum", 10)), ports.view())},
-        {"idVendor", vendor},
-        {"idProduct", number(device, "idProduct")},
-        {"bDeviceClass", number(device, "bDeviceClass")},
-        {"bDeviceSubClass", number(device, "bDeviceSubClass")},
-        {"bDeviceProtocol", number(device, "bDeviceProtocol")},
-        {"DeviceInterface", triples},
-        {"osplatform", usbPlatformCode(vendor, interfaces)},
-    };
-    properties.set("USB Serial Number", attribute(device, "serial"));
-    properties.set("USB Product Name", product);
-    properties.set("manufacturer", attribute(device, "manufacturer"));
-    properties.set("model", product);
-    return properties;
-}
-
-/// The devices that are plugged in, by the system's path of each.
-std::map<std::string, Dictionary> present(udev *context)
-{
-    std::map<std::string, Dictionary> devices;
-    forEach(context, nullptr, "usb_device", [&](udev_device *device) {
-        if (isUsbDevice(device))
-            devices.emplace(udev_device_get_syspath(device), propertiesOf(context, device));
-    });
-    return devices;
-}
-
-} // namespace
-
 Array UsbDiscovery::devices()
 {
+    bool ignored = false;
+    return devices(ignored);
+}
+
+Array UsbDiscovery::devices(bool &isComplete)
+{
+    const Udev context{udev_new()};
+    UsbSurvey survey(context.get());
     std::vector<Value> found;
-    if (const Udev context{udev_new()}) {
-        for (auto &[path, properties] : present(context.get()))
+    if (context) {
+        for (auto &[path, properties] : survey.present())
             found.emplace_back(std::move(properties));
     }
+    isComplete = context && survey.isComplete();
     std::stable_sort(found.begin(), found.end(), [](const Value &a, const Value &b) {
         const auto location = [](const Value &device) {
             return device.dictionary()["locationID"].unsignedLongLongValue();
@@ -293,10 +140,12 @@ void UsbDiscovery::Watch::takeEvents()
 /// Events were lost because more came than the system keeps: finds out what there is now.
 void UsbDiscovery::Watch::lookAround()
 {
-    const std::map<std::string, Dictionary> now = present(context.get());
+    UsbSurvey survey(context.get());
+    const std::map<std::string, Dictionary> now = survey.present();
     const std::map<std::string, Dictionary> before = known;
     for (const auto &[path, properties] : before) {
-        if (!now.contains(path))
+        // What the system failed to tell of is not gone.
+        if (!now.contains(path) && survey.isComplete())
             remove(path);
     }
     for (const auto &[path, properties] : now)
@@ -309,18 +158,19 @@ void UsbDiscovery::Watch::handle(udev_device *device)
     const char *type = udev_device_get_devtype(device);
     if (!action || !type)
         return;
+    UsbSurvey survey(context.get());
     if (std::string_view(type) == "usb_device") {
         if (std::string_view(action) == "remove")
             remove(udev_device_get_syspath(device));
-        else if (isUsbDevice(device))
-            update(udev_device_get_syspath(device), propertiesOf(context.get(), device));
+        else if (survey.isUsbDevice(device))
+            update(udev_device_get_syspath(device), survey.propertiesOf(device));
         return;
     }
     // Interfaces come after their device, when it is configured, and go with it.
     udev_device *parent = udev_device_get_parent(device);
-    if (parent && std::string_view(action) != "remove" && isUsbDevice(parent)
+    if (parent && std::string_view(action) != "remove" && survey.isUsbDevice(parent)
         && known.contains(udev_device_get_syspath(parent)))
-        update(udev_device_get_syspath(parent), propertiesOf(context.get(), parent));
+        update(udev_device_get_syspath(parent), survey.propertiesOf(parent));
 }
 
 void UsbDiscovery::Watch::update(const std::string &path, const Dictionary &properties)

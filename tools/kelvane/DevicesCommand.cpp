@@ -8,6 +8,7 @@
 #include <kelvane/foundation/Array.h>
 #include <kelvane/platform/UsbDiscovery.h>
 
+#include <atomic>
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <cstdio>
@@ -142,13 +143,17 @@ ExitCode watchDevices(const Options &options)
 {
     Interruption::install();
     std::promise<void> ended;
+    std::atomic<bool> isEnded{false};
     UsbDiscovery discovery;
     printHeading(options, "          ");
     std::fflush(stdout);
     const auto printer = std::make_shared<Printer>(options);
     if (!discovery.start(printer))
         throw StopError(ExitCannotStart, "cannot watch devices: this system does not tell of them");
-    Interruption::whenRequested([&ended] { ended.set_value(); });
+    Interruption::whenRequested([&] {
+        if (!isEnded.exchange(true)) // a signal that comes just now is told of here and by its own thread
+            ended.set_value();
+    });
     ended.get_future().wait();
     discovery.stop();
     Interruption::whenRequested({});
@@ -158,16 +163,19 @@ ExitCode watchDevices(const Options &options)
 ExitCode listDevices(const Options &options)
 {
     std::vector<Dictionary> shown;
-    for (const Value &device : UsbDiscovery::devices()) {
+    bool isComplete = true;
+    for (const Value &device : UsbDiscovery::devices(isComplete)) {
         if (isShown(options, device.dictionary()))
             shown.push_back(device.dictionary());
     }
-    if (shown.empty() && !options.isJson)
+    if (shown.empty() && !options.isJson && isComplete)
         std::puts(options.showsAll ? "no devices" : "no phones or tablets (--all shows other devices)");
     else
         printHeading(options, "");
     for (const Dictionary &device : shown)
         printDevice(options, "", device);
+    if (!isComplete)
+        throw StopError(ExitSomeFailed, "the system did not tell of all devices");
     return ExitDone;
 }
 
@@ -180,7 +188,7 @@ Command defineDevicesCommand(CLI::App &application)
         {"devices", "List phones and tablets that are plugged in", "[OPTIONS]",
             {"A device shows as one for media transfer, for instance, once it is unlocked and its owner has allowed "
              "it. Ctrl-C ends --watch, with exit code 130."},
-            {"kelvane devices --watch"}, {ExitDone, ExitWrongUse, ExitCannotStart, ExitInterrupted},
+            {"kelvane devices --watch"}, {ExitDone, ExitSomeFailed, ExitWrongUse, ExitCannotStart, ExitInterrupted},
             "Print one object a line as JSON"});
     command.definition->add_flag(
         "-w,--watch", options->isWatching, "Go on telling of devices that come and go, until interrupted");
