@@ -4,6 +4,7 @@
 #include "ExitCode.h"
 #include "Interruption.h"
 #include "PhotoConversion.h"
+#include "Text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,16 +12,6 @@
 #include <sys/stat.h>
 
 namespace kelvane::tool {
-namespace {
-
-bool isGone(const std::string &path)
-{
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
-}
-
-} // namespace
-
 SyncPlan::SyncPlan(const SyncOptions &options, DeviceFolder &device, DeviceLibrary *library, SyncView &view)
     : _options(options),
       _device(device),
@@ -95,6 +86,19 @@ void SyncPlan::takeUnchanged(const std::shared_ptr<SyncRecord> &known)
         return _pending.push_back(item);
     _settled.count(SyncOutcome::Unchanged, known->devicePath, known->deviceStamp.size);
     _view.itemSkipped(known->source, "unchanged");
+}
+
+// A disk that does not answer may still have it.
+bool SyncPlan::isGone(const std::string &path)
+{
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) == 0)
+        return false;
+    const int reason = errno;
+    const bool isGone = reason == ENOENT || reason == ENOTDIR;
+    if (!isGone && reason != EACCES) // the walk has told of the folder that may not be read
+        fail(path, "look for", reasonText(reason));
+    return isGone;
 }
 
 // Gone is only what a walk through its folder would have found, and what the system says is not there: a folder that

@@ -42,6 +42,7 @@ private:
 
     void takeFile(const SourceFile &file, const std::shared_ptr<SyncRecord> &known);
     void takeUnchanged(const std::shared_ptr<SyncRecord> &known);
+    [[nodiscard]] bool isGone(const std::string &path);
     void takeVanished(const SourceWalker &walker, const Records &unseen);
     [[nodiscard]] bool isUnchanged(const SourceFile &file, const SyncRecord &known);
     [[nodiscard]] std::shared_ptr<SyncItem> committedItem(const std::shared_ptr<SyncRecord> &record);
