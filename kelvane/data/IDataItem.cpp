@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cxxabi.h>
 #include <functional>
+#include <memory>
 #include <typeinfo>
 
 namespace kelvane {
@@ -25,9 +26,9 @@ String IDataItem::description() const
 {
     const char *symbol = typeid(*this).name();
     int status = 0;
-    char *text = abi::__cxa_demangle(symbol, nullptr, nullptr, &status);
-    const String className(status == 0 ? text : symbol);
-    std::free(text);
+    const std::unique_ptr<char, void (*)(void *)> text(
+        abi::__cxa_demangle(symbol, nullptr, nullptr, &status), std::free);
+    const String className(text ? text.get() : symbol);
     char address[32];
     std::snprintf(address, sizeof address, ": %p>", static_cast<const void *>(this));
     return String::concat({"<", className.view(), address});

@@ -7,6 +7,7 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <execinfo.h>
+#include <memory>
 #include <typeinfo>
 
 namespace kelvane {
@@ -27,10 +28,9 @@ std::vector<void *> currentCallStack()
 String demangled(const char *symbol)
 {
     int status = 0;
-    char *text = abi::__cxa_demangle(symbol, nullptr, nullptr, &status);
-    String name(status == 0 && text ? text : symbol);
-    std::free(text);
-    return name;
+    const std::unique_ptr<char, void (*)(void *)> text(
+        abi::__cxa_demangle(symbol, nullptr, nullptr, &status), std::free);
+    return text ? text.get() : symbol;
 }
 
 String symbolOf(void *address)

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
+#include <memory>
 #include <string_view>
 #include <sys/xattr.h>
 
@@ -31,10 +32,9 @@ int openDestination(FileCopySession &session, Destination &destination)
 {
     std::string path = session.to;
     if (!session.has(COPYFILE_EXCL) && !session.has(COPYFILE_NOFOLLOW_DST)) {
-        if (char *const real = realpath(path.c_str(), nullptr)) {
-            path = real;
-            std::free(real); // NOLINT: realpath() allocates so
-        }
+        const std::unique_ptr<char, void (*)(void *)> real(realpath(path.c_str(), nullptr), std::free);
+        if (real)
+            path = real.get();
     }
     while (path.size() > 1 && path.back() == '/')
         path.pop_back();

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <memory>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,13 +18,10 @@ namespace {
 
 constexpr std::size_t chunkSize = 1 << 20;
 
-std::string resolved(std::string path)
+std::string resolved(const std::string &path)
 {
-    if (char *real = ::realpath(path.c_str(), nullptr)) {
-        path = real;
-        std::free(real);
-    }
-    return path;
+    const std::unique_ptr<char, void (*)(void *)> real(::realpath(path.c_str(), nullptr), std::free);
+    return real ? real.get() : path;
 }
 
 std::string folderOf(const std::string &path)
