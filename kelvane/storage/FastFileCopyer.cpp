@@ -24,6 +24,12 @@ bool findItem(const String &path, struct stat &info)
     return path.view().find('\0') == std::string_view::npos && stat(path.c_str(), &info) == 0;
 }
 
+std::uint32_t flagsFor(bool isFolder)
+{
+    constexpr std::uint32_t always = COPYFILE_ALL | COPYFILE_EXCL | COPYFILE_NOFOLLOW;
+    return isFolder ? always | COPYFILE_RECURSIVE : always;
+}
+
 // The stages that do no more than write a line.
 struct StageLine {
     int what;
@@ -106,9 +112,8 @@ void FastFileCopyer::tellDelegate(void (FastFileCopyerDelegate::*message)(FastFi
 
 std::uint32_t FastFileCopyer::flags() const
 {
-    constexpr std::uint32_t always = COPYFILE_ALL | COPYFILE_EXCL | COPYFILE_NOFOLLOW;
     struct stat info {};
-    return findItem(fromPath(), info) && S_ISDIR(info.st_mode) ? always | COPYFILE_RECURSIVE : always;
+    return flagsFor(findItem(fromPath(), info) && S_ISDIR(info.st_mode));
 }
 
 void FastFileCopyer::fileCopyFromPath(const String &from, const String &to)
@@ -132,15 +137,17 @@ void FastFileCopyer::fileCopyFromPath(const String &from, const String &to)
         tellDelegate(&FastFileCopyerDelegate::fileCopyDidFinish);
         return;
     }
+    // Not asked for again: a folder of which the disk does not tell any more would be copied without its content.
+    const std::uint32_t how = flagsFor(S_ISDIR(info.st_mode));
     // The item's own size: a link is copied as a link.
     _totalSize.store(lstat(from.c_str(), &info) == 0 ? static_cast<std::int64_t>(info.st_size) : 0);
-    runCopy();
+    runCopy(how);
     // Intended: failed copies count as well, and copiedAllSize() counts this copy twice until the next one starts.
     _copiedAllSize.fetch_add(_totalSize.load());
     tellDelegate(&FastFileCopyerDelegate::fileCopyDidFinish);
 }
 
-void FastFileCopyer::runCopy()
+void FastFileCopyer::runCopy(std::uint32_t flags)
 {
     FileCopyState copy;
     copy.setStatusCallback(&FastFileCopyer::copyStatus);
@@ -149,7 +156,7 @@ void FastFileCopyer::runCopy()
     _state.store(stateCopying);
     int result = -1;
     try {
-        result = copyfile(fromPath(), toPath(), &copy, flags());
+        result = copyfile(fromPath(), toPath(), &copy, flags);
     } catch (...) { // a delegate's; it is passed on, but this copier no longer copies
         _state.store(stateFailed);
         throw;

@@ -87,7 +87,7 @@ public:
 private:
     void setFromPath(const String &fromPath);
     void setToPath(const String &toPath);
-    void runCopy();
+    void runCopy(std::uint32_t flags);
     void dataProgress(const FileCopyState *state);
     void tellDelegate(void (FastFileCopyerDelegate::*message)(FastFileCopyer &));
 
