@@ -99,6 +99,7 @@ private:
     CopyStep cleanUp(const Folder &folder);
     CopyStep copyLinks();
     CopyStep copyLinksOf(const LinkFolder &links);
+    [[nodiscard]] int putBack(int folder, const struct stat &made, bool hasMode) const;
     bool closeAbove(const Folder &folder, Folder &above);
     CopyStep reopenAbove(const Folder &folder, Folder &above);
 
@@ -292,14 +293,19 @@ CopyStep TreeCopy::copyLinksOf(const LinkFolder &links)
     }
     if (missing != 0)
         return step;
+    const int reason = putBack(out.get(), made, writable);
+    return reason == 0 || step == CopyStep::Stop ? step : _session.reportFailure(COPYFILE_RECURSE_DIR_CLEANUP, reason);
+}
+
+// Gives a folder the mode and times that it had before its links were made. 0, or errno.
+int TreeCopy::putBack(int folder, const struct stat &made, bool hasMode) const
+{
     constexpr mode_t allBits = 07777;
-    if (!writable)
-        (void)fchmod(out.get(), made.st_mode & allBits);
     const timespec times[] = {made.st_atim, made.st_mtim};
-    (void)futimens(out.get(), times);
-    if (_session.synchronise())
-        (void)fsync(out.get());
-    return step;
+    const bool isAsItWas = (hasMode || fchmod(folder, made.st_mode & allBits) == 0)
+        && (futimens(folder, times) == 0 || errno == EPERM || errno == EOPNOTSUPP)
+        && (!_session.synchronise() || fsync(folder) == 0);
+    return isAsItWas ? 0 : errno;
 }
 
 } // namespace
