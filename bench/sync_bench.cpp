@@ -194,8 +194,8 @@ int main(int argc, char **argv)
     for (auto &[size, device] : growing)
         again[size] = device.second(ours);
     scaling(
-        "sync", "a file, second run", {"ms", 1e3}, {30, 300, 3'000},
-        [&](int size) { return again.at(size)() / size; }, 5);
+        "sync", "a file, second run", {"ms", 1e3}, {30, 300, 3'000}, [&](int size) { return again.at(size)() / size; },
+        5);
     fs::remove_all(folder);
     return 0;
 }
