@@ -90,13 +90,12 @@ void writeJpeg(const DecodedPicture &picture, const Properties &properties, cons
 bool HeicConverter::isHeic(const String &path) noexcept
 {
     const char *systemPath = detail::systemPath(path);
-    const int descriptor = systemPath ? detail::openRegularFile(systemPath) : -1;
-    if (descriptor < 0)
+    const detail::FileDescriptor file = systemPath ? detail::openRegularFile(systemPath) : detail::FileDescriptor();
+    if (!file)
         return false;
     constexpr off_t brandOffset = 8;
     std::array<char, 4> brand = {};
-    const ssize_t got = ::pread(descriptor, brand.data(), brand.size(), brandOffset);
-    ::close(descriptor);
+    const ssize_t got = ::pread(file.get(), brand.data(), brand.size(), brandOffset);
     return got == static_cast<ssize_t>(brand.size())
         && std::find(brands.begin(), brands.end(), std::string_view(brand.data(), brand.size())) != brands.end();
 }

@@ -34,14 +34,12 @@ bool TagFile::isExistArtwork() const
     if (_filePath.isNull())
         return false;
     const char *path = detail::systemPath(_filePath);
-    const int descriptor = path ? detail::openRegularFile(path) : -1;
-    if (descriptor < 0) {
+    const detail::FileDescriptor file = path ? detail::openRegularFile(path) : detail::FileDescriptor();
+    if (!file) {
         std::fputs("hasArtwork file failed!\n", stdout);
         return false;
     }
-    const bool found = detail::hasArtworkMark(descriptor);
-    ::close(descriptor);
-    return found;
+    return detail::hasArtworkMark(file.get());
 }
 
 std::shared_ptr<Mediadata> TagFile::makeMediadata() const

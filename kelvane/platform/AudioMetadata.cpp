@@ -99,10 +99,10 @@ bool isEmpty(const auto &content)
     return content.pictures.empty() && content.sampleRate.isNil();
 }
 
-detail::TaggedFile openDescriptor(int descriptor, const String &path, bool forWriting)
+detail::TaggedFile openDescriptor(detail::FileDescriptor descriptor, const String &path, bool forWriting)
 {
-    return detail::openTaggedFile(
-        std::make_unique<detail::TagStream>(descriptor, forWriting), lowerExtension(path.view()), forWriting);
+    return detail::openTaggedFile(std::make_unique<detail::TagStream>(std::move(descriptor), forWriting),
+        lowerExtension(path.view()), forWriting);
 }
 
 void writeTags(detail::TaggedFile &tagged, const auto &content)
@@ -134,15 +134,15 @@ std::unique_ptr<AudioMetadata> AudioMetadata::CreateMetadataForURL(const String 
         report(error, operation, path, "no file name");
         return nullptr;
     }
-    const int descriptor = detail::openRegularFile(path.str());
-    if (descriptor < 0) {
+    detail::FileDescriptor descriptor = detail::openRegularFile(path.c_str());
+    if (!descriptor) {
         report(error, operation, path, errno == EINVAL ? "not a regular file" : systemReason(errno));
         return nullptr;
     }
     try {
         auto content = std::make_unique<Private>();
         content->path = path;
-        auto tagged = openDescriptor(descriptor, path, false);
+        auto tagged = openDescriptor(std::move(descriptor), path, false);
         if (tagged.file) {
             readAudio(tagged, *content);
             readTags(tagged, *content);
@@ -166,12 +166,12 @@ bool AudioMetadata::WriteMetadata(String *error)
     };
     try {
         detail::FileReplacement replacement(d->path.str());
-        const int descriptor = replacement.open();
-        if (descriptor < 0)
+        detail::FileDescriptor descriptor = replacement.open();
+        if (!descriptor)
             return fail(systemReason(errno));
         Private before;
         {
-            auto tagged = openDescriptor(descriptor, d->path, true);
+            auto tagged = openDescriptor(std::move(descriptor), d->path, true);
             if (!tagged.file || tagged.stores.empty() || tagged.stream->isIncomplete())
                 return fail("the file is damaged, or is no media file any more");
             readAudio(tagged, before);

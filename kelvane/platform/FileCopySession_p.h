@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "detail/FileDescriptor.h"
+
 #include <kelvane/platform/FileCopy.h>
 
 #include <map>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 namespace kelvane {
@@ -16,30 +17,7 @@ namespace kelvane {
 /// whole copy ends. The last two have their reason in FileCopySession::error.
 enum class CopyStep { Done, Skipped, Failed, Stop };
 
-/// A file descriptor that closes itself; -1 is none.
-class FileDescriptor {
-public:
-    FileDescriptor() = default;
-    explicit FileDescriptor(int number) noexcept : _number(number) {}
-    FileDescriptor(FileDescriptor &&other) noexcept : _number(std::exchange(other._number, -1)) {}
-    FileDescriptor &operator=(FileDescriptor &&other) noexcept
-    {
-        std::swap(_number, other._number);
-        return *this;
-    }
-    ~FileDescriptor() { close(); }
-
-    [[nodiscard]] explicit operator bool() const noexcept { return _number >= 0; }
-    [[nodiscard]] int get() const noexcept { return _number; }
-    void close() noexcept
-    {
-        if (_number >= 0)
-            ::close(std::exchange(_number, -1));
-    }
-
-private:
-    int _number = -1;
-};
+using detail::FileDescriptor;
 
 /// Where an entry is and where it goes: names relative to open folders, so that no path is resolved twice and a folder
 /// that is renamed or replaced by a link meanwhile leads nowhere else.

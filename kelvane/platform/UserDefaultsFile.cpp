@@ -2,6 +2,7 @@
 #include "UserDefaultsFile_p.h"
 
 #include <kelvane/foundation/Data.h>
+#include <kelvane/platform/detail/FileDescriptor.h>
 #include <kelvane/platform/detail/FileReplacement.h>
 #include <kelvane/platform/Paths.h>
 #include <kelvane/platform/PropertyList.h>
@@ -29,23 +30,6 @@ constexpr std::int64_t largest = 64 << 20;
 constexpr std::chrono::seconds patience{5};
 /// Files that are set aside within the same second.
 constexpr int mostSetAside = 100;
-
-/// A descriptor that is closed when it goes.
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) noexcept : _descriptor(descriptor) {}
-    ~Descriptor()
-    {
-        if (_descriptor >= 0)
-            ::close(_descriptor);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    [[nodiscard]] int get() const noexcept { return _descriptor; }
-
-private:
-    const int _descriptor;
-};
 
 UserDefaultsFile::Identity identityOf(const struct stat &status) noexcept
 {
@@ -91,11 +75,11 @@ int writeAll(int descriptor, const Data &data) noexcept
     return 0;
 }
 
-/// Makes the name of a renamed file last through a power failure.
+/// Makes the name of a file that was renamed there last through a power failure.
 void flushFolder(const String &path) noexcept
 {
-    const Descriptor folder(::open(deletingLastPathComponent(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.get() >= 0)
+    const detail::FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder)
         (void)::fsync(folder.get());
 }
 
@@ -122,7 +106,7 @@ UserDefaultsFile::Content UserDefaultsFile::read() const
     Content content;
     if (_path.isNull())
         return content;
-    const Descriptor file(detail::openRegularFile(_path.str()));
+    const detail::FileDescriptor file = detail::openRegularFile(_path.c_str());
     if (file.get() < 0) {
         content.error = errno;
         content.state = errno == ENOENT || errno == ENOTDIR ? State::Missing : State::Unreadable;
@@ -158,9 +142,11 @@ int UserDefaultsFile::replace(const Dictionary &values) const
         return EINVAL;
     // One name for all: only the holder of the lock writes, and what a killed one left is in nobody's way.
     const String beside = _path + ".new";
+    const String folder = deletingLastPathComponent(_path); // want of memory for it later would follow what is done
     if (::unlink(beside.c_str()) != 0 && errno != ENOENT)
         return errno;
-    const Descriptor file(::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const detail::FileDescriptor file(
+        ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (file.get() < 0)
         return errno;
     int error = writeAll(file.get(), data);
@@ -170,7 +156,7 @@ int UserDefaultsFile::replace(const Dictionary &values) const
         ::unlink(beside.c_str());
         return error;
     }
-    flushFolder(_path);
+    flushFolder(folder);
     return 0;
 }
 

@@ -53,13 +53,11 @@ bool isSameFile(int descriptor, const std::string &path)
 /// Removes a copy that nobody holds a lock on. False where it is still there.
 bool removeLeftCopy(const std::string &name)
 {
-    const int descriptor = ::open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0)
+    const FileDescriptor copy(::open(name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!copy)
         return errno == ENOENT;
-    const bool isGone =
-        ::flock(descriptor, LOCK_EX | LOCK_NB) == 0 && (!isSameFile(descriptor, name) || ::unlink(name.c_str()) == 0);
-    ::close(descriptor);
-    return isGone;
+    return ::flock(copy.get(), LOCK_EX | LOCK_NB) == 0
+        && (!isSameFile(copy.get(), name) || ::unlink(name.c_str()) == 0);
 }
 
 bool copyBytes(int from, int to)
@@ -93,48 +91,35 @@ bool copyWithAttributes(int from, int to)
     return copyExtendedAttributes(from, to) && ::fchmod(to, status.st_mode & 07777) == 0;
 }
 
-void closeKeepingErrno(int descriptor)
-{
-    const int error = errno;
-    ::close(descriptor);
-    errno = error;
-}
-
 } // namespace
 
-int openRegularFile(const std::string &path)
+FileDescriptor openRegularFile(const char *path) noexcept
 {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (descriptor < 0)
-        return -1;
+    FileDescriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     struct stat status = {};
-    if (::fstat(descriptor, &status) == 0) {
-        if (S_ISREG(status.st_mode))
-            return descriptor;
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    }
-    closeKeepingErrno(descriptor);
-    return -1;
+    if (!file || ::fstat(file.get(), &status) != 0)
+        return {};
+    if (S_ISREG(status.st_mode))
+        return file;
+    file.close();
+    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return {};
 }
 
 FileReplacement::FileReplacement(std::string path) : _path(resolved(std::move(path))) {}
 
 FileReplacement::~FileReplacement()
 {
-    if (_descriptor >= 0)
-        ::close(_descriptor);
     if (!_copy.empty())
         ::unlink(_copy.c_str());
 }
 
-int FileReplacement::open()
+FileDescriptor FileReplacement::open()
 {
-    const int source = openRegularFile(_path);
-    if (source < 0)
-        return -1;
-    const bool isCopied = makeCopyFile() && copyWithAttributes(source, _descriptor);
-    closeKeepingErrno(source);
-    return isCopied ? duplicate() : -1;
+    const FileDescriptor source = openRegularFile(_path.c_str());
+    if (source && makeCopyFile() && copyWithAttributes(source.get(), _descriptor.get()))
+        return duplicate();
+    return {};
 }
 
 bool FileReplacement::makeCopyFile()
@@ -142,43 +127,41 @@ bool FileReplacement::makeCopyFile()
     constexpr int maximumSlots = 64; // of one file at once
     constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
     for (int slot = 0; slot < maximumSlots;) {
-        const std::string name = copyName(_path, slot);
-        const int descriptor = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly);
-        if (descriptor < 0 && errno != EEXIST)
+        std::string name = copyName(_path, slot);
+        FileDescriptor file(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
+        if (!file && errno != EEXIST)
             return false;
-        if (descriptor < 0) {
+        if (!file) {
             slot += removeLeftCopy(name) ? 0 : 1;
             continue;
         }
         // Between making and locking it another one may have taken it for a left one; then it is gone.
-        (void)::flock(descriptor, LOCK_EX);
-        if (isSameFile(descriptor, name)) {
-            _descriptor = descriptor;
-            _copy = name;
+        (void)::flock(file.get(), LOCK_EX);
+        if (isSameFile(file.get(), name)) {
+            _descriptor = std::move(file);
+            _copy = std::move(name);
             return true;
         }
-        ::close(descriptor);
     }
     errno = EBUSY;
     return false;
 }
 
-int FileReplacement::duplicate() const
+FileDescriptor FileReplacement::duplicate() const
 {
-    return ::fcntl(_descriptor, F_DUPFD_CLOEXEC, 0);
+    return FileDescriptor(::fcntl(_descriptor.get(), F_DUPFD_CLOEXEC, 0));
 }
 
 bool FileReplacement::commit()
 {
-    if (::fsync(_descriptor) != 0 || std::rename(_copy.c_str(), _path.c_str()) != 0)
+    // First, for want of memory afterwards would make a failure of what is done.
+    const std::string folderName = folderOf(_path);
+    if (::fsync(_descriptor.get()) != 0 || std::rename(_copy.c_str(), _path.c_str()) != 0)
         return false;
     _copy.clear();
     // The file is whole either way; this makes the new one outlive a power cut, where the file system can.
-    const int folder = ::open(folderOf(_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder >= 0) {
-        (void)::fsync(folder);
-        ::close(folder);
-    }
+    if (const FileDescriptor folder(::open(folderName.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); folder)
+        (void)::fsync(folder.get());
     return true;
 }
 

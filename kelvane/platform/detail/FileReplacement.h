@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "FileDescriptor.h"
+
 #include <string>
 
 namespace kelvane::detail {
@@ -21,10 +23,10 @@ public:
     FileReplacement &operator=(const FileReplacement &) = delete;
 
     /// Makes the copy: bytes, mode, and, as far as the system allows, owner, extended attributes and access lists.
-    /// Returns a descriptor to change it with, which the caller closes, or -1 with errno set.
-    [[nodiscard]] int open();
-    /// One more descriptor of the copy that open() has made, which the caller closes; -1 with errno set.
-    [[nodiscard]] int duplicate() const;
+    /// Returns a descriptor to change it with, or none with errno set.
+    [[nodiscard]] FileDescriptor open();
+    /// One more descriptor of the copy that open() has made; none with errno set.
+    [[nodiscard]] FileDescriptor duplicate() const;
     /// Flushes the copy and gives it the file's name. False with errno set.
     [[nodiscard]] bool commit();
 
@@ -33,12 +35,12 @@ private:
 
     const std::string _path;
     std::string _copy;
-    int _descriptor = -1;
+    FileDescriptor _descriptor;
 };
 
-/// Opens `path` for reading if it is a regular file: never waits for a FIFO or wakes a device. -1 with errno set
+/// Opens `path` for reading if it is a regular file: never waits for a FIFO or wakes a device. None with errno set
 /// (EINVAL for what is no regular file).
-[[nodiscard]] int openRegularFile(const std::string &path);
+[[nodiscard]] FileDescriptor openRegularFile(const char *path) noexcept;
 
 /// Copies extended attributes, which carry access lists as well, leaving out what the target refuses. False with errno
 /// set where one could not be read, or there is no room for it: the copy would lack what the file has.

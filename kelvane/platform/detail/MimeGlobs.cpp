@@ -15,18 +15,17 @@ constexpr std::size_t maximumSize = std::size_t{4} << 20;
 
 std::string readFile(const std::string &path)
 {
-    const int descriptor = openRegularFile(path);
-    if (descriptor < 0)
+    const FileDescriptor file = openRegularFile(path.c_str());
+    if (!file)
         return {};
     std::string text;
     char block[16384];
     while (text.size() < maximumSize) {
-        const ssize_t got = ::read(descriptor, block, sizeof block);
+        const ssize_t got = ::read(file.get(), block, sizeof block);
         if (got <= 0)
             break;
         text.append(block, static_cast<std::size_t>(got));
     }
-    ::close(descriptor);
     return text;
 }
 

@@ -53,10 +53,15 @@ void appendCaller(void *address)
 struct Spared {
     const char *library;
     std::uint32_t kinds;
+    bool hasOthersHit = false; // what it calls itself is spared; what it calls others to do is not
 };
 constexpr Spared spared[] = {
     // Uses what it allocates without a look at it: it would end the process, or drop values in silence.
     {"/libplist", FaultMemory},
+    // Its lists give a reference up before they allocate, and again when they are destroyed: it would end the process.
+    {"/libtag.", FaultMemory, true},
+    // Goes on with what it has not got.
+    {"/libavcodec", FaultMemory},
     // The sanitizer looks at objects through a pipe, and takes one that it cannot make for a broken object.
     {"/libubsan", ~std::uint32_t{0}},
 };
@@ -69,11 +74,16 @@ struct Callers {
     [[nodiscard]] bool areSpared(std::uint32_t kind) const
     {
         Dl_info info{};
-        for (int i = 2; i < count; ++i)
-            if (dladdr(addresses[i], &info) != 0 && info.dli_fname)
-                for (const Spared &each : spared)
-                    if ((each.kinds & kind) != 0 && std::strstr(info.dli_fname, each.library))
-                        return true;
+        bool isFirst = true; // but for the library that has operator new
+        for (int i = 2; i < count; ++i) {
+            if (dladdr(addresses[i], &info) == 0 || !info.dli_fname)
+                continue;
+            for (const Spared &each : spared)
+                if ((each.kinds & kind) != 0 && std::strstr(info.dli_fname, each.library)
+                    && (isFirst || !each.hasOthersHit))
+                    return true;
+            isFirst = isFirst && std::strstr(info.dli_fname, "/libstdc++");
+        }
         return false;
     }
 };

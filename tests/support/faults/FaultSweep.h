@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -36,6 +37,10 @@ struct Fault {
 
 /// "Space", "SpaceFromThereOn"
 [[nodiscard]] std::string nameOf(const Fault &fault);
+inline void PrintTo(const Fault &fault, std::ostream *out) // for the test's output
+{
+    *out << nameOf(fault);
+}
 /// All that this build can bring about.
 [[nodiscard]] std::vector<Fault> allFaults();
 

@@ -15,40 +15,23 @@ namespace kelvane::detail {
 std::optional<ImageBytes> ImageBytes::open(const String &path)
 {
     const char *text = systemPath(path);
-    const int descriptor = text ? openRegularFile(text) : -1;
-    if (descriptor < 0)
-        return std::nullopt;
+    FileDescriptor file = text ? openRegularFile(text) : FileDescriptor();
     struct stat status = {};
-    ImageBytes file(descriptor, 0);
-    if (::fstat(descriptor, &status) != 0)
+    if (!file || ::fstat(file.get(), &status) != 0)
         return std::nullopt;
-    file._size = static_cast<std::uint64_t>(std::max<off_t>(status.st_size, 0));
-    return file;
-}
-
-ImageBytes::ImageBytes(ImageBytes &&other) noexcept
-    : _memory(other._memory),
-      _size(other._size),
-      _descriptor(std::exchange(other._descriptor, -1))
-{
-}
-
-ImageBytes::~ImageBytes()
-{
-    if (_descriptor >= 0)
-        ::close(_descriptor);
+    return ImageBytes(std::move(file), static_cast<std::uint64_t>(std::max<off_t>(status.st_size, 0)));
 }
 
 bool ImageBytes::read(std::uint64_t offset, std::span<std::byte> buffer) const noexcept
 {
     if (offset > _size || buffer.size() > _size - offset)
         return false;
-    if (_descriptor < 0) {
+    if (!_file) {
         std::copy_n(_memory.begin() + static_cast<std::ptrdiff_t>(offset), buffer.size(), buffer.begin());
         return true;
     }
     while (!buffer.empty()) {
-        const ssize_t count = ::pread(_descriptor, buffer.data(), buffer.size(), static_cast<off_t>(offset));
+        const ssize_t count = ::pread(_file.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset));
         if (count < 0 && errno == EINTR)
             continue;
         if (count <= 0)

@@ -3,11 +3,13 @@
 
 #include <kelvane/foundation/Data.h>
 #include <kelvane/foundation/String.h>
+#include <kelvane/platform/detail/FileDescriptor.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace kelvane::detail {
@@ -22,10 +24,6 @@ public:
     [[nodiscard]] static std::optional<ImageBytes> open(const String &path);
     explicit ImageBytes(std::span<const std::byte> memory) noexcept : _memory(memory), _size(memory.size()) {}
 
-    ~ImageBytes();
-    ImageBytes(ImageBytes &&other) noexcept;
-    ImageBytes &operator=(ImageBytes &&other) = delete;
-
     [[nodiscard]] std::uint64_t size() const noexcept { return _size; }
     /// Fills `buffer` from `offset` on, or answers false.
     [[nodiscard]] bool read(std::uint64_t offset, std::span<std::byte> buffer) const noexcept;
@@ -35,11 +33,11 @@ public:
     [[nodiscard]] Data all(std::uint64_t most) const;
 
 private:
-    ImageBytes(int descriptor, std::uint64_t size) noexcept : _size(size), _descriptor(descriptor) {}
+    ImageBytes(FileDescriptor file, std::uint64_t size) noexcept : _size(size), _file(std::move(file)) {}
 
     std::span<const std::byte> _memory;
     std::uint64_t _size = 0;
-    int _descriptor = -1;
+    FileDescriptor _file;
 };
 
 /// The number in the first `count` bytes, most significant first, or last.

@@ -32,9 +32,11 @@ TagLib::String textOf(const TextIdentificationFrame &frame)
 
 TagLib::String textOf(const UserTextIdentificationFrame &frame)
 {
-    TagLib::StringList texts = frame.fieldList();
-    if (!texts.isEmpty())
-        texts.erase(texts.begin()); // the description
+    const TagLib::StringList all = frame.fieldList();
+    TagLib::StringList texts;
+    for (auto text = all.begin(); text != all.end(); ++text)
+        if (text != all.begin()) // the description
+            texts.append(*text);
     return joined(texts);
 }
 

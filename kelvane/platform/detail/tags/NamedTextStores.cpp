@@ -82,7 +82,8 @@ void XiphStore::setText(TagKey key, const TagLib::String &text)
 
 void XiphStore::appendPictures(std::vector<TagLib::ByteVector> &pictures) const
 {
-    for (const TagLib::FLAC::Picture *picture : _tag.pictureList())
+    const auto all = _tag.pictureList(); // const: the library's lists copy themselves for who could change them
+    for (const TagLib::FLAC::Picture *picture : all)
         pictures.push_back(picture->data());
 }
 
@@ -177,7 +178,8 @@ TagLib::String AsfStore::text(TagKey key) const
         if (found.isEmpty())
             continue;
         TagLib::StringList texts;
-        for (const TagLib::ASF::Attribute &attribute : _tag.attribute(found))
+        const auto attributes = _tag.attribute(found);
+        for (const TagLib::ASF::Attribute &attribute : attributes)
             texts.append(textOf(attribute));
         return joined(texts);
     }
@@ -208,7 +210,8 @@ void AsfStore::setText(TagKey key, const TagLib::String &text)
 
 void AsfStore::appendPictures(std::vector<TagLib::ByteVector> &pictures) const
 {
-    for (const TagLib::ASF::Attribute &attribute : _tag.attribute("WM/Picture")) {
+    const auto attributes = _tag.attribute("WM/Picture");
+    for (const TagLib::ASF::Attribute &attribute : attributes) {
         const TagLib::ASF::Picture picture = attribute.toPicture();
         if (picture.isValid())
             pictures.push_back(picture.picture());

@@ -19,16 +19,11 @@ constexpr long moveChunk = 1L << 20;
 
 } // namespace
 
-TagStream::TagStream(int descriptor, bool writable) : _descriptor(descriptor), _writable(writable)
+TagStream::TagStream(FileDescriptor descriptor, bool writable) : _descriptor(std::move(descriptor)), _writable(writable)
 {
     struct stat status = {};
-    if (::fstat(descriptor, &status) == 0)
+    if (::fstat(_descriptor.get(), &status) == 0)
         _length = static_cast<long>(status.st_size);
-}
-
-TagStream::~TagStream()
-{
-    ::close(_descriptor);
 }
 
 TagLib::ByteVector TagStream::readBlock(unsigned long length)
@@ -79,8 +74,8 @@ std::size_t TagStream::readAt(long offset, char *bytes, std::size_t count)
         const bool isLarge = count - done >= cacheCapacity;
         if (!isLarge)
             _cache.resize(cacheCapacity);
-        const ssize_t got = isLarge ? ::pread(_descriptor, bytes + done, count - done, at)
-                                    : ::pread(_descriptor, _cache.data(), cacheCapacity, at);
+        const ssize_t got = isLarge ? ::pread(_descriptor.get(), bytes + done, count - done, at)
+                                    : ::pread(_descriptor.get(), _cache.data(), cacheCapacity, at);
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0)
@@ -110,7 +105,7 @@ void TagStream::writeAt(long offset, const char *bytes, std::size_t count)
     if (!_writable)
         _writeError = EROFS;
     while (count > 0 && _writeError == 0) {
-        const ssize_t written = ::pwrite(_descriptor, bytes, count, offset);
+        const ssize_t written = ::pwrite(_descriptor.get(), bytes, count, offset);
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0) {
@@ -165,7 +160,7 @@ void TagStream::truncate(long length)
     _cacheSize = 0;
     if (_writeError != 0)
         return;
-    if (!_writable || ::ftruncate(_descriptor, length) != 0)
+    if (!_writable || ::ftruncate(_descriptor.get(), length) != 0)
         _writeError = _writable ? errno : EROFS;
     else
         _length = length;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <kelvane/platform/detail/FileDescriptor.h>
+
 #include <cstdint>
 #include <tiostream.h>
 #include <vector>
@@ -25,14 +27,13 @@ public:
     static constexpr std::uint64_t mostWrites = 10'000;
     static constexpr std::uint64_t bytesPerWrite = 64;
 
-    TagStream(int descriptor, bool writable);
-    ~TagStream() override;
+    TagStream(FileDescriptor descriptor, bool writable);
 
     /// A read was refused: what the library knows of the file is not all.
     [[nodiscard]] bool isIncomplete() const noexcept { return _incomplete; }
     /// The errno of the first write that failed, 0 if none did.
     [[nodiscard]] int writeError() const noexcept { return _writeError; }
-    [[nodiscard]] int descriptor() const noexcept { return _descriptor; }
+    [[nodiscard]] int descriptor() const noexcept { return _descriptor.get(); }
 
     /// From now on the atom at `offset` reads as one that the library passes by.
     void hideAtom(long offset) { _hiddenAtom = offset; }
@@ -55,7 +56,7 @@ private:
     void moveBytes(long from, long to, long count);
     void hideAtomIn(TagLib::ByteVector &block, long blockStart) const;
 
-    const int _descriptor;
+    const FileDescriptor _descriptor;
     const bool _writable;
     bool _incomplete = false;
     int _writeError = 0;

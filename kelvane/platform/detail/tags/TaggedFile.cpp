@@ -131,7 +131,8 @@ void openFlac(TaggedFile &tagged, bool forWriting)
 {
     using TagLib::FLAC::File;
     File &file = install(tagged, std::make_unique<File>(tagged.stream.get(), keepingFrameFactory()));
-    for (const TagLib::FLAC::Picture *picture : file.pictureList())
+    const auto pictures = file.pictureList();
+    for (const TagLib::FLAC::Picture *picture : pictures)
         tagged.pictures.push_back(picture->data());
     if (forWriting || file.hasXiphComment())
         add<XiphStore>(tagged, file.xiphComment(true));

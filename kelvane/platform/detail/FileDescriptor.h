@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+namespace kelvane::detail {
+
+/// A file descriptor that closes itself; -1 is none.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int number) noexcept : _number(number) {}
+    FileDescriptor(FileDescriptor &&other) noexcept : _number(std::exchange(other._number, -1)) {}
+    FileDescriptor &operator=(FileDescriptor &&other) noexcept
+    {
+        std::swap(_number, other._number);
+        return *this;
+    }
+    ~FileDescriptor() { close(); }
+
+    [[nodiscard]] explicit operator bool() const noexcept { return _number >= 0; }
+    [[nodiscard]] int get() const noexcept { return _number; }
+    void close() noexcept
+    {
+        if (_number >= 0)
+            ::close(std::exchange(_number, -1));
+    }
+
+private:
+    int _number = -1;
+};
+
+} // namespace kelvane::detail
