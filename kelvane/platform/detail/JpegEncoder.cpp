@@ -6,10 +6,8 @@
 #include <atomic>
 #include <csetjmp>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <jpeglib.h>
-#include <memory>
 #include <string_view>
 #include <thread>
 
@@ -37,19 +35,53 @@ struct ErrorManager {
 void keepSilent(j_common_ptr, int) {}
 void keepSilent(j_common_ptr) {}
 
-struct FreeBuffer {
-    void operator()(unsigned char *buffer) const noexcept { std::free(buffer); }
+// Writes into a vector that is the caller's also when the encoder leaves: libjpeg's own destination does not tell then where
+// its bytes are.
+struct Destination {
+    jpeg_destination_mgr base; // first: libjpeg knows only this
+    std::vector<std::byte> *bytes;
 };
 
-struct Buffer {
-    std::unique_ptr<unsigned char, FreeBuffer> bytes;
-    unsigned long size = 0;
+Destination &destinationOf(j_compress_ptr state)
+{
+    return *reinterpret_cast<Destination *>(state->dest);
+}
 
-    [[nodiscard]] std::span<const std::byte> all() const noexcept
-    {
-        return std::as_bytes(std::span(bytes.get(), static_cast<std::size_t>(size)));
-    }
-};
+bool resize(std::vector<std::byte> &bytes, std::size_t size) noexcept
+try {
+    bytes.resize(size);
+    return true;
+} catch (const std::exception &) {
+    return false;
+}
+
+void offerRoom(j_compress_ptr state, std::size_t used, std::size_t size)
+{
+    Destination &destination = destinationOf(state);
+    if (!resize(*destination.bytes, size))
+        leave(reinterpret_cast<j_common_ptr>(state));
+    destination.base.next_output_byte = reinterpret_cast<JOCTET *>(destination.bytes->data()) + used;
+    destination.base.free_in_buffer = size - used;
+}
+
+void beginOutput(j_compress_ptr state)
+{
+    constexpr std::size_t firstSize = std::size_t{256} << 10;
+    offerRoom(state, 0, firstSize);
+}
+
+boolean goOnWithOutput(j_compress_ptr state)
+{
+    const std::size_t size = destinationOf(state).bytes->size();
+    offerRoom(state, size, size * 2);
+    return TRUE;
+}
+
+void endOutput(j_compress_ptr state)
+{
+    Destination &destination = destinationOf(state);
+    destination.bytes->resize(destination.bytes->size() - destination.base.free_in_buffer);
+}
 
 // JPEG has no alpha: what shows through is white. A row without any is left where it is.
 const std::uint8_t *onWhite(const std::uint8_t *row, std::uint32_t width, std::vector<std::uint8_t> &room)
@@ -101,8 +133,8 @@ void writeRows(
 }
 
 // Everything that longjmp() would leave behind is the caller's.
-bool encodeStripe(const JpegPicture &picture, std::uint32_t firstRow, std::uint32_t rows, unsigned char **bytes,
-    unsigned long *size, std::vector<std::uint8_t> &room)
+bool encodeStripe(const JpegPicture &picture, std::uint32_t firstRow, std::uint32_t rows, std::vector<std::byte> &bytes,
+    std::vector<std::uint8_t> &room)
 {
     jpeg_compress_struct state = {};
     ErrorManager errors = {};
@@ -115,7 +147,8 @@ bool encodeStripe(const JpegPicture &picture, std::uint32_t firstRow, std::uint3
         return false;
     }
     jpeg_create_compress(&state);
-    jpeg_mem_dest(&state, bytes, size);
+    Destination destination = {{nullptr, 0, beginOutput, goOnWithOutput, endOutput}, &bytes};
+    state.dest = &destination.base;
     state.image_width = picture.width;
     state.image_height = rows;
     state.input_components = 4;
@@ -154,9 +187,9 @@ std::size_t scanOffset(std::span<std::byte> file, std::uint32_t height)
     return 0;
 }
 
-std::vector<Buffer> encodeStripes(const JpegPicture &picture, std::atomic<bool> &isFailed)
+std::vector<std::vector<std::byte>> encodeStripes(const JpegPicture &picture, std::atomic<bool> &isFailed)
 {
-    std::vector<Buffer> stripes((picture.height + stripeRows - 1) / stripeRows);
+    std::vector<std::vector<std::byte>> stripes((picture.height + stripeRows - 1) / stripeRows);
     std::atomic<std::size_t> next = 0;
     const auto work = [&]() noexcept {
         std::vector<std::uint8_t> room;
@@ -167,11 +200,8 @@ std::vector<Buffer> encodeStripes(const JpegPicture &picture, std::atomic<bool> 
         }
         for (std::size_t i = next++; i < stripes.size() && !isFailed; i = next++) {
             const auto first = static_cast<std::uint32_t>(i * stripeRows);
-            unsigned char *bytes = nullptr;
-            if (!encodeStripe(
-                    picture, first, std::min(stripeRows, picture.height - first), &bytes, &stripes[i].size, room))
+            if (!encodeStripe(picture, first, std::min(stripeRows, picture.height - first), stripes[i], room))
                 isFailed = true;
-            stripes[i].bytes.reset(bytes);
         }
     };
     constexpr std::size_t mostThreads = 16;
@@ -197,19 +227,17 @@ try {
         || picture.height > JPEG_MAX_DIMENSION)
         return {};
     std::atomic<bool> isFailed = false;
-    const std::vector<Buffer> stripes = encodeStripes(picture, isFailed);
-    std::vector<std::vector<std::byte>> parts;
-    for (std::size_t i = 0; i < stripes.size() && !isFailed; ++i) {
-        std::vector<std::byte> part(stripes[i].all().begin(), stripes[i].all().end());
+    std::vector<std::vector<std::byte>> parts = encodeStripes(picture, isFailed);
+    for (std::size_t i = 0; i < parts.size() && !isFailed; ++i) {
+        std::vector<std::byte> &part = parts[i];
         const std::size_t scan = scanOffset(part, i == 0 ? picture.height : 0);
         if (scan == 0)
             return {};
         part.resize(part.size() - 2);
         if (i > 0)
             part.erase(part.begin(), part.begin() + static_cast<std::ptrdiff_t>(scan));
-        const auto end = i + 1 < stripes.size() ? std::span(lastRestart) : std::span(endOfImage);
+        const auto end = i + 1 < parts.size() ? std::span(lastRestart) : std::span(endOfImage);
         part.insert(part.end(), end.begin(), end.end());
-        parts.push_back(std::move(part));
     }
     return isFailed ? std::vector<std::vector<std::byte>>() : parts;
 } catch (const std::exception &) {
