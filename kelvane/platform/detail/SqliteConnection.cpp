@@ -37,19 +37,26 @@ constexpr std::string_view openFolders = "/proc/self/fd/";
 /// SQLite's own way to files, but that a path is taken as it is. Otherwise SQLite looks up where each link on it leads and
 /// goes there: a path through an open folder, which is used because nobody can put another one in its place, would become
 /// one by names, which anybody can. Links as the last component are refused either way.
+/// Null where memory ends.
 const char *pinnedFiles()
 {
-    static const char *const name = [] {
-        static sqlite3_vfs files = *sqlite3_vfs_find(nullptr);
-        files.pNext = nullptr;
-        files.zName = "kelvane-pinned";
-        files.xFullPathname = [](sqlite3_vfs *, const char *path, int size, char *full) {
+    constexpr const char *name = "kelvane-pinned";
+    if (sqlite3_vfs_find(name))
+        return name;
+    const sqlite3_vfs *const usual = sqlite3_vfs_find(nullptr);
+    if (!usual)
+        return nullptr;
+    static sqlite3_vfs files = [usual] {
+        sqlite3_vfs own = *usual;
+        own.pNext = nullptr;
+        own.zName = name;
+        own.xFullPathname = [](sqlite3_vfs *, const char *path, int size, char *full) {
             sqlite3_snprintf(size, full, "%s", path);
             return std::string_view(path) == full ? SQLITE_OK : SQLITE_CANTOPEN;
         };
-        return sqlite3_vfs_register(&files, 0) == SQLITE_OK ? files.zName : nullptr;
+        return own;
     }();
-    return name;
+    return sqlite3_vfs_register(&files, 0) == SQLITE_OK ? name : nullptr;
 }
 
 /// A FIFO would block the open, a device could do anything.
@@ -85,10 +92,13 @@ bool SqliteConnection::openHandle()
     const auto name = nameOf(_path);
     if (isOtherThanFile(name))
         return noteError(SQLITE_CANTOPEN, "not a regular file");
+    const bool isPinned = name.starts_with(openFolders);
+    const char *const files = isPinned ? pinnedFiles() : nullptr;
+    if (isPinned && !files)
+        return noteError(SQLITE_NOMEM);
     // The caller serialises, so SQLite's own locks around every call would be paid for nothing.
     constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    const int code =
-        sqlite3_open_v2(name.c_str(), &_handle, flags, name.starts_with(openFolders) ? pinnedFiles() : nullptr);
+    const int code = sqlite3_open_v2(name.c_str(), &_handle, flags, files);
     return code == SQLITE_OK || noteError(code);
 }
 
