@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <numeric>
 #include <random>
 #include <string>
 #include <string_view>
@@ -73,14 +74,24 @@ void probeParts(const std::string &path)
         std::filesystem::copy_file(path, nameOf(part));
         std::filesystem::resize_file(nameOf(part), static_cast<std::uintmax_t>(part));
     }
-    scaling("probe", "a byte", {"ns", 1e9}, sizes, [&](int part) {
-        const int times = static_cast<int>(size) / part;
-        return seconds([&] {
-            for (int i = 0; i < times; ++i)
-                require(!kelvane::TagFile(nameOf(part)).isExistArtwork(), "no mark");
-        }) / times
-            / part;
+    const auto perByte = [](const auto &look) {
+        return [look](int part) {
+            const int times = static_cast<int>(size) / part;
+            return seconds([&] {
+                for (int i = 0; i < times; ++i)
+                    require(!look(part), "no mark");
+            }) / times
+                / part;
+        };
+    };
+    const auto ours = perByte([&](int part) { return kelvane::TagFile(nameOf(part)).isExistArtwork(); });
+    const auto sum = perByte([&](int part) {
+        return searchMapping(nameOf(part), [](std::string_view bytes) {
+            return std::accumulate(bytes.begin(), bytes.end(), 0U) == 1; // by chance, one in four billion
+        });
     });
+    scaling("probe", "a byte", {"ns", 1e9}, sizes, ours);
+    growthBeside("probe", "a byte", sizes[0], sizes[1], ours, "a sum of the bytes", sum);
     for (const int part : sizes)
         std::filesystem::remove(nameOf(part));
 }

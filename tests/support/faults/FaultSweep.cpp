@@ -23,6 +23,13 @@ namespace {
 
 enum ChildEnd { ChildGood = 0, ChildWrong = 1 };
 
+// Sanitized processes take several times as long.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::uint64_t slowdown = 4;
+#else
+constexpr std::uint64_t slowdown = 1;
+#endif
+
 struct Names {
     FaultKind kind;
     const char *name;
@@ -187,7 +194,8 @@ std::vector<std::uint64_t> callsToFail(std::uint64_t calls, std::uint64_t most)
 {
     const char *asked = std::getenv("KELVANE_FAULTS");
     const bool all = asked && std::string_view(asked) == "all";
-    const std::uint64_t distance = all ? 1 : std::max<std::uint64_t>(1, calls / most);
+    const std::uint64_t distance =
+        all ? 1 : std::max<std::uint64_t>(1, calls / std::max<std::uint64_t>(1, most / slowdown));
     std::vector<std::uint64_t> chosen;
     for (std::uint64_t call = 1 + numberIn("KELVANE_FAULTS_SEED") % distance; call <= calls; call += distance)
         chosen.push_back(call);

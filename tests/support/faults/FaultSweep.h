@@ -64,8 +64,8 @@ private:
 };
 
 /// Which of `calls` calls are to fail, 1 to `calls`. All where they are no more than `most`, or where KELVANE_FAULTS is
-/// "all"; else every so-manieth, so that about `most` are tried, the first of them by the number in KELVANE_FAULTS_SEED
-/// (0 without one): as many seeds as the distance try all.
+/// "all"; else every so-manieth, so that about `most` are tried, a quarter of them where a sanitizer slows us; the first by
+/// the number in KELVANE_FAULTS_SEED (0 without one): as many seeds as the distance try all.
 [[nodiscard]] std::vector<std::uint64_t> callsToFail(std::uint64_t calls, std::uint64_t most);
 
 /// Tells the figures of a sweep: on standard output and, as a line "name fault calls tried", at the end of the file that
