@@ -197,7 +197,6 @@ void grow(const Kind &kind, const Files &files)
     };
     scaling("tags", kind.name + ", a file", perFile, {3, 30, 300}, perFileOf(readWithMediadata));
     scaling("index", kind.name + ", a file", perFile, {3, 30, 300}, perFileOf(readIndex));
-    growthBeside("index", kind.name + ", a file", 3, 30, perFileOf(readIndex), "TagLib", perFileOf(readWithTagLib));
 }
 
 void compareMemory(const Kind &kind, const Files &files)
