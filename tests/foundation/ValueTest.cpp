@@ -124,6 +124,7 @@ TEST(Value, NumbersCompareByTheirNumber)
     EXPECT_EQ(Value(1), Value(1.0));
     EXPECT_EQ(Value(true), Value(1U));
     EXPECT_FALSE(Value(1) == Value(1.5));
+    EXPECT_FALSE(Value(-1) == Value(-1.5));
     EXPECT_FALSE(Value(-1) == Value(uint64Max));
     EXPECT_FALSE(Value(int64Max) == Value(9223372036854775808.0)); // the double is one more
     EXPECT_EQ(Value(9223372036854775808U), Value(9223372036854775808.0));
