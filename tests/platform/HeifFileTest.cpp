@@ -100,6 +100,13 @@ TEST(HeifFile, ColoursAndAProfileAreBothKept)
     EXPECT_EQ(iccProfileOf(*file).size(), 3U);
 }
 
+TEST(HeifFile, TheFirstOfTwoProfilesCounts)
+{
+    const auto file = parse(heifFile({photo({box("colr", "profICC"), box("colr", "profanother")})}));
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->iccProfile.size(), 3U);
+}
+
 TEST(HeifFile, ProfilesAreMadeOfColourNumbersThatAreNotSrgb)
 {
     EXPECT_TRUE(iccProfileOf(HeifColour{1, 13, 6, true}).empty());

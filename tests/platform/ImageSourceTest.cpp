@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <kelvane/foundation/Value.h>
 #include <nlohmann/json.hpp>
+#include <tests/support/HeifFiles.h>
 #include <tests/support/ImageFiles.h>
 
 #include <sys/stat.h>
@@ -99,6 +100,14 @@ TEST_P(ExifOf, IsReadByItsNames)
 
 INSTANTIATE_TEST_SUITE_P(Containers, ExifOf, testing::Values("a.jpg", "a.png", "a.tiff", "a.webp"),
     [](const auto &one) { return std::string(one.param).substr(2); });
+
+TEST(ImageSource, APhotoWithTheBrandsOfAvifAndHeicIsAvif)
+{
+    const std::string file = heifFile({{"av01", "coded", {sizeBox(400, 300)}}}, {}, "avif");
+    const auto source = ImageSource::fromData(Data(file.data(), file.size()));
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->typeIdentifier(), "public.avif");
+}
 
 // How a photo lies is not for its EXIF to say there.
 TEST(ImageSource, ReadsTheExifOfHeicPhotos)

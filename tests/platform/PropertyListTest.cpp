@@ -159,6 +159,13 @@ TEST(PropertyList, RecordsOfABinaryListThatNameTheSameFieldsKeepTheirOwnValues)
     EXPECT_EQ(read, records);
 }
 
+TEST(PropertyList, NumbersOfSixteenBytesInABinaryListAreNegativeOrBeyondTheSignedRange)
+{
+    EXPECT_EQ(PropertyList::read(binary('\x14' + std::string(16, '\xff'), {8})), Value(-1));
+    EXPECT_EQ(PropertyList::read(binary('\x14' + std::string(8, '\0') + std::string(8, '\xff'), {8})),
+        Value(std::numeric_limits<std::uint64_t>::max()));
+}
+
 TEST(PropertyList, TheLastValueOfANameThatABinaryListHasTwiceStays)
 {
     const std::string objects("\xD2\x01\x01\x02\x03\x51k\x08\x09", 9);

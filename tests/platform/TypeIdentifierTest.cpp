@@ -142,6 +142,11 @@ TEST(TypeIdentifier, DamagedDynamicIdentifiersHaveNoTag)
              "dyn.ah62d4rv4ge81g6pi", "dyn.AH62D4RV4GE81G6PQ", "dyn.bh62d4rv4ge81g6pq", "public.jpeg"})
         EXPECT_TRUE(TypeIdentifier::dynamicTag(text).tag.isNull()) << text;
     EXPECT_TRUE(TypeIdentifier::dynamicTag(nullptr).tag.isNull());
+    for (const int unknown : {0, 5})
+        EXPECT_TRUE(TypeIdentifier::dynamicTag(
+            TypeIdentifier::dynamicIdentifier({static_cast<TypeTagClass>(unknown), "sql", "public.data"}))
+                        .tag.isNull())
+            << unknown;
     EXPECT_TRUE(TypeIdentifier::dynamicIdentifier({MimeType, nullptr}).isNull());
     EXPECT_TRUE(TypeIdentifier::dynamicIdentifier({MimeType, "a/b", "public.audio"}).isNull());
 }
