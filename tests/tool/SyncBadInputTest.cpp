@@ -199,6 +199,21 @@ TEST_F(SyncBadInput, ANameOf255BytesIsCopied)
     expectComplete();
 }
 
+TEST_F(SyncBadInput, LongNamesAreCutBetweenCharacters)
+{
+    std::string name;
+    for (int i = 0; i < 125; ++i)
+        name += "\xc3\xa4";
+    name += 'x'; // the number that the second one gets leaves room for one byte of the last but one of these characters
+    addMedia("photo.jpg", name + ".jpg");
+    addMedia("photo.jpg", "other/" + name + ".jpg");
+    EXPECT_EQ(sync().code, 0);
+    EXPECT_THAT(deviceFiles(), SizeIs(2));
+    for (const std::string &file : deviceFiles())
+        EXPECT_TRUE(String(file).isValidUtf8()) << file;
+    expectComplete();
+}
+
 TEST_F(SyncBadInput, AReadOnlyDeviceIsRefused)
 {
     if (!canRunUnprivileged())
