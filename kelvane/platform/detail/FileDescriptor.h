@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cerrno>
 #include <unistd.h>
 #include <utility>
 
 namespace kelvane::detail {
 
-/// A file descriptor that closes itself; -1 is none.
+/// A file descriptor that closes itself; -1 is none. To close leaves errno alone, which tells why somebody gives up.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
@@ -23,8 +24,11 @@ public:
     [[nodiscard]] int get() const noexcept { return _number; }
     void close() noexcept
     {
-        if (_number >= 0)
-            ::close(std::exchange(_number, -1));
+        if (_number < 0)
+            return;
+        const int error = errno;
+        ::close(std::exchange(_number, -1));
+        errno = error;
     }
 
 private:

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cxxabi.h>
+#include <dirent.h>
 #include <execinfo.h>
 #include <unistd.h>
 
@@ -170,6 +171,27 @@ EXPORTED void kelvane_fault_end()
 {
     kindInForce = FaultNone;
     resetClock();
+}
+
+EXPORTED long kelvane_fault_open_files()
+{
+    DIR *const folder = ::opendir("/proc/self/fd");
+    long count = 0;
+    while (folder && ::readdir(folder))
+        ++count;
+    if (folder)
+        ::closedir(folder);
+    return count;
+}
+
+EXPORTED long kelvane_fault_files_left(long before)
+{
+    long left = kelvane_fault_open_files() - before;
+    for (int look = 0; left > 0 && look < 100; ++look) {
+        ::usleep(10'000);
+        left = kelvane_fault_open_files() - before;
+    }
+    return left;
 }
 
 EXPORTED int kelvane_fault_is_hit(const char *function, std::uint32_t kinds)

@@ -36,6 +36,10 @@ void kelvane_fault_begin(std::uint32_t kind, std::uint64_t first, int goesOn, Fa
 void kelvane_fault_end();
 /// Whether this build's layer stands before the allocator; a sanitizer brings one that nothing can stand before.
 int kelvane_fault_has_memory();
+/// How many files this process has open.
+long kelvane_fault_open_files();
+/// How many are open that were not before. Threads that are still at their end may hold one for a moment.
+long kelvane_fault_files_left(long before);
 /// Whether a call of the program itself is to fail. Counts it.
 int kelvane_fault_is_hit(const char *function, std::uint32_t kinds);
 }

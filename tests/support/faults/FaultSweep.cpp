@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -37,22 +36,6 @@ struct Names {
 constexpr Names names[] = {{FaultIo, "Io"}, {FaultSpace, "Space"}, {FaultFiles, "Files"}, {FaultInterrupt, "Interrupt"},
     {FaultShort, "Short"}, {FaultMemory, "Memory"}, {FaultThread, "Thread"}, {FaultClock, "Clock"}};
 
-long openFiles()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
-}
-
-/// How many files are open that were not before. Threads of a pool may hold one for a moment longer.
-long filesLeft(long before)
-{
-    long left = openFiles() - before;
-    for (int look = 0; left > 0 && look < 100; ++look) {
-        ::usleep(10'000);
-        left = openFiles() - before;
-    }
-    return left;
-}
-
 void silence()
 {
     const int nowhere = ::open("/dev/null", O_RDWR);
@@ -68,7 +51,7 @@ std::string runOnce(const FaultSubject &subject, const std::filesystem::path &fo
     subject.prepare(folder);
     bool isDone = false;
     std::string thrown;
-    const long before = openFiles();
+    const long before = kelvane_fault_open_files();
     kelvane_fault_begin(fault.kind, call, fault.goesOn ? 1 : 0, report);
     try {
         isDone = subject.run(folder);
@@ -82,7 +65,7 @@ std::string runOnce(const FaultSubject &subject, const std::filesystem::path &fo
     kelvane_fault_end();
     if (!thrown.empty())
         return thrown;
-    if (const long left = filesLeft(before); left > 0)
+    if (const long left = kelvane_fault_files_left(before); left > 0)
         return "it leaves " + std::to_string(left) + " files open";
     if (std::string wrong = subject.wrong(folder, isDone); !wrong.empty())
         return (isDone ? "done, but: " : "failed, and: ") + wrong;

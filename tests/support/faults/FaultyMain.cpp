@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -21,28 +20,6 @@ namespace {
 
 using Main = int (*)(int, char **, char **);
 Main realMain = nullptr;
-
-long openFiles()
-{
-    DIR *folder = ::opendir("/proc/self/fd");
-    long count = 0;
-    while (folder && ::readdir(folder))
-        ++count;
-    if (folder)
-        ::closedir(folder);
-    return count;
-}
-
-/// How many files are open that were not before. Threads that are still at their end may hold one for a moment.
-long filesLeft(long before)
-{
-    long left = openFiles() - before;
-    for (int look = 0; left > 0 && look < 100; ++look) {
-        ::usleep(10'000);
-        left = openFiles() - before;
-    }
-    return left;
-}
 
 /// Adds to the report where the open files are.
 void noteOpenFiles(FaultReport &report)
@@ -104,11 +81,11 @@ int faultyMain(int argc, char **argv, char **environment)
     const auto kind = static_cast<std::uint32_t>(std::strtoul(rest, &rest, 10));
     const std::uint64_t first = *rest == ':' ? std::strtoull(rest + 1, &rest, 10) : 0;
     exposeOutput();
-    const long before = openFiles();
+    const long before = kelvane_fault_open_files();
     kelvane_fault_begin(kind, first, *rest == '+' ? 1 : 0, shared);
     const int code = realMain(argc, argv, environment);
     kelvane_fault_end();
-    shared->filesLeft = filesLeft(before);
+    shared->filesLeft = kelvane_fault_files_left(before);
     if (shared->filesLeft > 0)
         noteOpenFiles(*shared);
     return code;
