@@ -163,6 +163,24 @@ TEST_F(HeicDamage, AnythingThatDescribesThePictureMayBeDamaged)
     EXPECT_TRUE(convert(heifFile({item, exif}, {{"cdsc", 2, {1}}})));
 }
 
+TEST_F(HeicDamage, ADescriptionThatAJpegFileHasNoRoomForIsLeftOutAndTheOrientationStays)
+{
+    for (const std::uint32_t length : {60'000U, 66'000U}) {
+        const std::string tiff = "MM" + bigEndian(42, 2) + bigEndian(8, 4) + bigEndian(1, 2) + bigEndian(0x010e, 2)
+            + bigEndian(2, 2) + bigEndian(length, 4) + bigEndian(26, 4) // ImageDescription, ASCII
+            + bigEndian(0, 4) + std::string(length - 1, 'x') + '\0';
+        const HeifItem exif{"Exif", bigEndian(0, 4) + tiff, {}};
+        ASSERT_TRUE(convert(heifFile({item, exif}, {{"cdsc", 2, {1}}})));
+        const std::string jpeg = readFile(folder.path("b.jpg"));
+        EXPECT_EQ(jpeg.find(std::string(1000, 'x')) != std::string::npos, length == 60'000) << length;
+        EXPECT_NE(jpeg.find("Exif"), std::string::npos);
+        EXPECT_EQ(outputOf("ffprobe -v error -show_entries stream=width,height -of csv=p=0 '"
+                          + folder.string("b.jpg").str() + "' 2>&1",
+                      folder.path()),
+            "256,256\n");
+    }
+}
+
 TEST_F(HeicDamage, SeveralThreadsConvertAtOnce)
 {
     std::vector<std::thread> threads;
