@@ -21,6 +21,7 @@ constexpr std::size_t mostFailures = 5;
 constexpr double minutesBetweenSamples = 4.0 / 60;
 constexpr std::int64_t warmUpRounds = 2;
 constexpr double longestWarmUp = 3; // minutes
+constexpr std::chrono::minutes longestWork{3}; // jobs take seconds, also where a sanitizer slows them down
 
 double minutesNow()
 {
@@ -43,7 +44,7 @@ const fs::path &workshop()
 
 } // namespace
 
-Soak::Soak(SoakOptions options) : _options(std::move(options)), _start(minutesNow())
+Soak::Soak(SoakOptions options) : _watchdog(longestWork), _options(std::move(options)), _start(minutesNow())
 {
     static_cast<void>(workshop());
 }
@@ -124,6 +125,7 @@ void Soak::runJob(const Job &job, std::size_t number)
     std::seed_seq seed{_options.seed, static_cast<std::uint64_t>(_round), std::uint64_t{number}};
     Turn turn{workshop() / ("turn " + std::to_string(number)), std::mt19937_64(seed)};
     std::string reason;
+    const Watchdog::Work work(_watchdog, "round " + std::to_string(_round) + ", " + job.name);
     try {
         fs::create_directory(turn.folder);
         job.run(turn);
@@ -145,6 +147,7 @@ void Soak::runJob(const Job &job, std::size_t number)
 
 void Soak::takeSample()
 {
+    const Watchdog::Work work(_watchdog, "the figures of round " + std::to_string(_round));
     waitForThreads(_firstWarm > 0 ? _samples[_firstWarm].figures.threads : 0);
     _samples.push_back({minutes(), _round, ProcessFigures::now()});
     if (_firstWarm == 0 && isWarm() && _samples.size() > 1)

@@ -3,6 +3,7 @@
 
 #include "Flatness.h"
 #include "Job.h"
+#include "Watchdog.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -40,6 +41,7 @@ private:
     void writeSamples() const;
     void printTable() const;
 
+    Watchdog _watchdog;
     const SoakOptions _options;
     const double _start;
     std::int64_t _round = 0;

@@ -5,11 +5,12 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <grp.h>
 #include <iterator>
+#include <spawn.h>
 #include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -44,32 +45,62 @@ std::vector<std::string> linesOf(const std::string &text)
     return lines;
 }
 
-bool becomeNobody()
+/// Puts a program in front that becomes "nobody" and then runs the rest.
+std::vector<std::string> asNobody(const std::vector<std::string> &command)
 {
-    constexpr uid_t nobody = 65534;
-    return ::setgroups(0, nullptr) == 0 && ::setgid(nobody) == 0 && ::setuid(nobody) == 0;
+    std::vector<std::string> whole{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    whole.insert(whole.end(), command.begin(), command.end());
+    return whole;
 }
 
-[[noreturn]] void becomeTool(std::vector<char *> &arguments, const ToolOptions &options, int output, int errors)
+/// This process's environment with some variables set.
+std::vector<std::string> environmentWith(const std::map<std::string, std::string> &variables)
 {
-    ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
-    ::dup2(output, STDOUT_FILENO);
-    ::dup2(errors, STDERR_FILENO);
-    for (const auto &[name, value] : options.environment)
-        ::setenv(name.c_str(), value.c_str(), 1);
-    if (options.isUnprivileged && !becomeNobody())
-        ::_exit(126);
-    ::execv(options.program.empty() ? KELVANE_TOOL : options.program.c_str(), arguments.data());
-    ::_exit(127);
+    std::vector<std::string> entries;
+    for (char **entry = environ; *entry; ++entry) {
+        const std::string text = *entry;
+        if (!variables.contains(text.substr(0, text.find('='))))
+            entries.push_back(text);
+    }
+    for (const auto &[name, value] : variables)
+        entries.push_back(name + '=' + value);
+    return entries;
+}
+
+std::vector<char *> pointersTo(std::vector<std::string> &texts)
+{
+    std::vector<char *> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (std::string &text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+/// Starts a program. A fork would run more of this process's code in the child, where a lock of another thread may be
+/// held for ever: tests start commands beside threads.
+pid_t spawn(std::vector<std::string> command, std::vector<std::string> environment, const std::string &output,
+    const std::string &errors)
+{
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), O_WRONLY | O_APPEND, 0);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errors.c_str(), O_WRONLY | O_APPEND, 0);
+    pid_t child = -1;
+    const int error = ::posix_spawnp(
+        &child, command.front().c_str(), &files, nullptr, pointersTo(command).data(), pointersTo(environment).data());
+    posix_spawn_file_actions_destroy(&files);
+    if (error != 0)
+        throw std::runtime_error("cannot run " + command.front() + ": " + std::strerror(error));
+    return child;
 }
 
 } // namespace
 
 bool canRunUnprivileged()
 {
-    const pid_t child = ::fork();
-    if (child == 0)
-        ::_exit(becomeNobody() && ::access(KELVANE_TOOL, X_OK) == 0 ? 0 : 1);
+    const pid_t child = spawn(asNobody({"test", "-x", KELVANE_TOOL}), environmentWith({}), "/dev/null", "/dev/null");
     int status = -1;
     ::waitpid(child, &status, 0);
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
@@ -79,20 +110,10 @@ ToolProcess::ToolProcess(const std::vector<std::string> &arguments, const ToolOp
     : _outputPath(temporaryFile()),
       _errorPath(temporaryFile())
 {
-    std::vector<std::string> texts{KELVANE_TOOL};
-    texts.insert(texts.end(), arguments.begin(), arguments.end());
-    std::vector<char *> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string &text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    const int output = ::open(_outputPath.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    const int errors = ::open(_errorPath.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    _pid = ::fork();
-    if (_pid == 0)
-        becomeTool(pointers, options, output, errors);
-    ::close(output);
-    ::close(errors);
+    std::vector<std::string> command{options.program.empty() ? KELVANE_TOOL : options.program};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    _pid = spawn(options.isUnprivileged ? asNobody(command) : command, environmentWith(options.environment),
+        _outputPath, _errorPath);
 }
 
 ToolProcess::~ToolProcess()
