@@ -115,11 +115,20 @@ void writeTags(detail::TaggedFile &tagged, const auto &content)
     }
 }
 
-/// Whether two readings of a file, before and after tags were written, have the same pictures and kind.
-bool isSameBesideTags(const auto &before, const auto &after)
+/// Whether a file that was written lacks nothing that it is meant to have. `set`: the tags that were set. Of those a short
+/// text may be missing, for which this kind of tags has no form, such as a word for a year; a long one is missing
+/// because it is too long.
+bool isComplete(const auto &written, const auto &meant, const std::bitset<tagKeyCount> &set)
 {
-    return before.pictures.size() == after.pictures.size() && before.sampleRate == after.sampleRate
-        && before.channels == after.channels;
+    constexpr std::size_t shortText = 32'767; // bytes; every kind of tags can count them
+    for (std::size_t i = 0; i < tagKeyCount; ++i) {
+        if (!written.values[i].isNil() || meant.values[i].isNil())
+            continue;
+        if (!set[i] || meant.values[i].string().view().size() > shortText)
+            return false;
+    }
+    return meant.pictures.size() == written.pictures.size() && meant.sampleRate == written.sampleRate
+        && meant.channels == written.channels;
 }
 
 } // namespace
@@ -169,28 +178,29 @@ bool AudioMetadata::WriteMetadata(String *error)
         detail::FileDescriptor descriptor = replacement.open();
         if (!descriptor)
             return fail(systemReason(errno));
-        Private before;
+        Private meant;
         {
             auto tagged = openDescriptor(std::move(descriptor), d->path, true);
             if (!tagged.file || tagged.stores.empty() || tagged.stream->isIncomplete())
                 return fail("the file is damaged, or is no media file any more");
-            readAudio(tagged, before);
-            readTags(tagged, before);
+            readAudio(tagged, meant);
             writeTags(tagged, *d);
+            readTags(tagged, meant); // before they are saved
             const bool isSaved = tagged.save();
             if (const int code = tagged.stream->writeError(); code != 0)
                 return fail(systemReason(code));
             if (!isSaved || tagged.stream->isIncomplete())
                 return fail("they found no place in the file");
         }
-        // Texts longer than a kind of tag can count make a file that nobody reads any more.
-        Private after;
-        auto written = openDescriptor(replacement.duplicate(), d->path, false);
-        if (written.file) {
-            readAudio(written, after);
-            readTags(written, after);
+        // Texts longer than a kind of tag can count are left out, take the other tags with them, or make a file that
+        // nobody reads any more.
+        Private written;
+        auto copy = openDescriptor(replacement.duplicate(), d->path, false);
+        if (copy.file) {
+            readAudio(copy, written);
+            readTags(copy, written);
         }
-        if (!written.file || !isSameBesideTags(before, after))
+        if (!copy.file || !isComplete(written, meant, d->changed))
             return fail("this kind of file cannot hold them");
         if (!replacement.commit())
             return fail(systemReason(errno));

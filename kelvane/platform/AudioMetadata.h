@@ -48,6 +48,9 @@ public:
     /// next write. Other hard links keep the old content; the time of creation becomes that of the copy where the system
     /// lets nobody set it, as Linux does. On failure
     /// (`error` says why) the file is as it was, and what was set is still waiting to be written.
+    ///
+    /// What a kind of tags has no form for, such as a word for a year in some, is left out. A text that is too long for it
+    /// is a failure: it would be lost, and in some kinds of files the other tags with it.
     bool WriteMetadata(String *error = nullptr);
 
     // Texts.

@@ -392,6 +392,36 @@ TEST(AudioMetadataSafety, ATextThatTheKindOfFileCannotCountIsRefusedAndTheFileKe
     EXPECT_EQ(readAll(path), before);
 }
 
+// A FLAC file counts a block's bytes up to 2^24, and has all texts in one: with one that is too long, all would go.
+TEST(AudioMetadataSafety, ATextThatWouldTakeOtherTagsWithItIsRefusedAndTheFileKept)
+{
+    REQUIRE_FFMPEG();
+    const TemporaryFolder folder;
+    for (const Tags &tags : {Tags{{"title", "Old"}, {"album", "Kept"}}, Tags{}}) {
+        const auto path = makeMedia(folder, "a.flac", tags);
+        const std::string before = readAll(path);
+        const auto file = openInTime(path);
+        file->SetLyrics(std::string(1 << 24, 'l'));
+        String error;
+        EXPECT_FALSE(file->WriteMetadata(&error));
+        EXPECT_NE(error.view().find("cannot hold"), std::string_view::npos) << error.c_str();
+        EXPECT_EQ(readAll(path), before);
+        fs::remove(path);
+    }
+}
+
+TEST(AudioMetadataSafety, AShortTextThatHasNoFormInAFileIsLeftOutAndTheOthersAreWritten)
+{
+    REQUIRE_FFMPEG();
+    const TemporaryFolder folder;
+    const auto path = makeMedia(folder, "a.mp3", {{"title", "Old"}}, {}, "-id3v2_version 3");
+    const auto file = openInTime(path);
+    file->SetYear("a/b");
+    file->SetTitle("New");
+    EXPECT_TRUE(file->WriteMetadata());
+    EXPECT_EQ(openInTime(path)->GetTitle(), "New");
+}
+
 TEST(AudioMetadataSafety, Kill9InTheMiddleOfAWriteLeavesTheOldFileOrTheNewOne)
 {
     REQUIRE_FFMPEG();
