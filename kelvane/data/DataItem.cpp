@@ -68,6 +68,39 @@ void DataItem::replace(Object &record, Object value)
     std::swap(record, value);
 }
 
+bool DataItem::hasCurrentRecord() const
+{
+    ensureFirstRecord();
+    const std::lock_guard guard(_lock);
+    return static_cast<bool>(_currentRecord);
+}
+
+bool DataItem::isEdited() const
+{
+    ensureFirstRecord();
+    const std::lock_guard guard(_lock);
+    return _tempRecord && _currentRecord;
+}
+
+void DataItem::commitRecord(bool isDeleted)
+{
+    // What is forgotten is destroyed after the lock is left.
+    Object forgotten;
+    Object forgottenEdit;
+    const std::lock_guard guard(_lock);
+    // Intended: after the commit record() still answers the deleted record, for what tells the user about it.
+    if (isDeleted)
+        forgottenEdit = std::exchange(_tempRecord, _currentRecord ? _currentRecord : _oldRecord);
+    forgotten = std::exchange(_oldRecord, _currentRecord);
+}
+
+void DataItem::retireCurrentRecord()
+{
+    Object forgotten; // destroyed after the lock is left
+    const std::lock_guard guard(_lock);
+    forgotten = std::exchange(_oldRecord, std::exchange(_currentRecord, nullptr));
+}
+
 void DataItem::attach(const std::shared_ptr<IDataItemList> &list)
 {
     // A list attaches what is added to it twice.
@@ -96,8 +129,10 @@ void DataItem::beginEdit()
 
 void DataItem::endEdit()
 {
+    if (!isEdited())
+        return;
     const auto list = owner();
-    if (!list || !currentRecord() || !tempRecord())
+    if (!list)
         return;
     const auto self = shared_from_this();
     list->raiseItemChanging(self, DataItemAction::Change);
@@ -121,12 +156,7 @@ void DataItem::acceptChanges()
     const auto self = shared_from_this();
     const DataItemState state = itemState();
     list->raiseItemChanging(self, DataItemAction::Commit);
-    if (state == DataItemState::Deleted) {
-        // Intended: after the commit record() still answers the deleted record, for what tells the user about it.
-        const Object current = currentRecord();
-        setTempRecord(current ? current : oldRecord());
-    }
-    setOldRecord(currentRecord());
+    commitRecord(state == DataItemState::Deleted);
     list->raiseItemChanged(self, DataItemAction::Commit);
     list->raiseItemCommited(self, state);
     if (state == DataItemState::Deleted) {
@@ -155,14 +185,13 @@ void DataItem::rejectChanges()
 void DataItem::deleteItem()
 {
     const auto list = owner();
-    if (!list || !currentRecord())
+    if (!list || !hasCurrentRecord())
         return;
     const auto self = shared_from_this();
     list->raiseItemChanging(self, DataItemAction::Delete);
     // Intended: of a Modified item this forgets the committed record; the modified one is what is deleted, and what
     // a rollback brings back.
-    setOldRecord(currentRecord());
-    setCurrentRecord(nullptr);
+    retireCurrentRecord();
     list->raiseItemChanged(self, DataItemAction::Delete);
 }
 

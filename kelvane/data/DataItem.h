@@ -104,6 +104,13 @@ private:
     [[nodiscard]] bool isOwner(const std::shared_ptr<IDataItemList> &list) const;
     void ensureFirstRecord() const;
     bool becomeFirstRecord(const Object &record) const;
+    [[nodiscard]] bool hasCurrentRecord() const;
+    /// Whether there is a copy of an open edit, and a record that it may take the place of.
+    [[nodiscard]] bool isEdited() const;
+    /// Makes the current record the committed one.
+    void commitRecord(bool isDeleted);
+    /// Makes the current record the committed one, and leaves none.
+    void retireCurrentRecord();
     [[nodiscard]] Object read(const Object &record) const;
     void replace(Object &record, Object value);
 
