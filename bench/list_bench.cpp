@@ -267,6 +267,7 @@ void compare(int count)
         .ours([=] { return findAndDelete<OurList>(count, all); })
         .peer("QStandardItemModel", count == 100'000 ? 0.01 : 0, [=] { return findAndDelete<QtList>(count, some); })
         .peer("GListStore", count == 100'000 ? 0.01 : 0, [=] { return findAndDelete<GlibList>(count, some); })
+        .peer("std::list and std::unordered_map", 0, [=] { return findAndDeleteInTable(count); })
         .run();
     Contest("list", "delete all" + size, unit)
         .ours([=] { return deleteAll<OurList>(count); })

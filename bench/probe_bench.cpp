@@ -125,6 +125,8 @@ int main(int argc, char **argv)
             }))
             .peer("string_view::find", 0.8,
                 inMapping([](std::string_view bytes) { return bytes.find(mark) != std::string_view::npos; }))
+            .peer("read() alone", 0,
+                [&] { return seconds([&] { require(readAll(path) == static_cast<int>(size), "all bytes"); }); })
             .run();
         if (!isText)
             probeParts(path);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -119,6 +120,8 @@ void measure(const std::string &name, bool (*isSet)(std::string_view))
         .ours(copying(ours))
         .peer("std::optional<std::string> fields", 0.2, copying(plain))
         .peer("QString fields", 0, copying(qt))
+        .peer("nothing but an allocation of its size", 0,
+            copying([] { return std::make_shared<std::array<std::byte, sizeof(MediaBase)>>(); }))
         .run();
     scaling(
         "record", name, {"ns/copy", 1e9}, {10'000, 100'000, 1'000'000},
