@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""make-grid.py ROWS COLUMNS WIDTH HEIGHT OUT TILE.heic...: puts HEIC files of heif-enc together as tiles of one picture."""
+"""make-grid.py ROWS COLUMNS WIDTH HEIGHT OUT STREAM TILE.heic...: puts HEIC files of heif-enc together as tiles of one
+picture, and their HEVC pictures one after the other into STREAM, a file for those who decode and do nothing else."""
 import struct
 import sys
 
@@ -33,8 +34,28 @@ def tile(path):
     return properties, data[start:start + int.from_bytes(place[at:at + length], 'big')]
 
 
+def units(data):
+    """NAL units, each behind its size."""
+    at = 0
+    while at < len(data):
+        size = int.from_bytes(data[at:at + 4], 'big')
+        yield data[at + 4:at + 4 + size]
+        at += 4 + size
+
+
+def parameter_sets(hvcc):
+    at = 23
+    for _ in range(hvcc[22]):
+        count = int.from_bytes(hvcc[at + 1:at + 3], 'big')
+        at += 3
+        for _ in range(count):
+            size = int.from_bytes(hvcc[at:at + 2], 'big')
+            yield hvcc[at + 2:at + 2 + size]
+            at += 2 + size
+
+
 rows, columns, width, height = map(int, sys.argv[1:5])
-tiles = [tile(path) for path in sys.argv[6:]]
+tiles = [tile(path) for path in sys.argv[7:]]
 assert len(tiles) == rows * columns
 grid = struct.pack('>BBBBII', 0, 1, rows - 1, columns - 1, width, height)
 shared = tiles[0][0]
@@ -62,3 +83,8 @@ def meta(start):
 head = box(b'ftyp', b'heic' + bytes(4) + b'mif1heic')
 with open(sys.argv[5], 'wb') as out:
     out.write(head + meta(len(head) + len(meta(0)) + 8) + box(b'mdat', b''.join(contents)))
+
+with open(sys.argv[6], 'wb') as out:
+    for own, content in tiles:
+        hvcc = next(body for kind, body in boxes(b''.join(own)) if kind == b'hvcC')
+        out.write(b''.join(b'\0\0\0\1' + unit for unit in [*parameter_sets(hvcc), *units(content)]))
