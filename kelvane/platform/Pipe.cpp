@@ -26,7 +26,10 @@ short pollFor(int descriptor, int timeoutMs)
 int bytesIn(int descriptor)
 {
     int count = 0;
-    return ::ioctl(descriptor, FIONREAD, &count) == 0 ? count : 0;
+    while (::ioctl(descriptor, FIONREAD, &count) != 0)
+        if (errno != EINTR)
+            return 0;
+    return count;
 }
 
 } // namespace
