@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -18,9 +19,7 @@ namespace kelvane::module {
 /// served from a window of the file, because headers are read in pieces of a few bytes, one behind the other.
 class SourceFile {
 public:
-    SourceFile(const char *path, Budget &budget)
-        : _descriptor(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)),
-          _budget(budget)
+    SourceFile(const char *path, Budget &budget) : _descriptor(openFile(path)), _budget(budget)
     {
         struct stat status {};
         if (_descriptor >= 0 && ::fstat(_descriptor, &status) == 0 && S_ISREG(status.st_mode))
@@ -58,9 +57,20 @@ public:
     }
 
 private:
+    static int openFile(const char *path)
+    {
+        int descriptor = -1;
+        do {
+            descriptor = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        } while (descriptor < 0 && errno == EINTR);
+        return descriptor;
+    }
     std::size_t readFile(std::int64_t at, void *bytes, std::size_t count) const
     {
-        const ssize_t taken = ::pread(_descriptor, bytes, count, at);
+        ssize_t taken = 0;
+        do {
+            taken = ::pread(_descriptor, bytes, count, at);
+        } while (taken < 0 && errno == EINTR);
         return taken > 0 ? static_cast<std::size_t>(taken) : 0;
     }
     std::size_t counted(std::size_t taken)

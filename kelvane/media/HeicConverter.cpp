@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -95,7 +96,10 @@ bool HeicConverter::isHeic(const String &path) noexcept
         return false;
     constexpr off_t brandOffset = 8;
     std::array<char, 4> brand = {};
-    const ssize_t got = ::pread(file.get(), brand.data(), brand.size(), brandOffset);
+    ssize_t got = 0;
+    do {
+        got = ::pread(file.get(), brand.data(), brand.size(), brandOffset);
+    } while (got < 0 && errno == EINTR);
     return got == static_cast<ssize_t>(brand.size())
         && std::find(brands.begin(), brands.end(), std::string_view(brand.data(), brand.size())) != brands.end();
 }

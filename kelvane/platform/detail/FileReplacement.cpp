@@ -95,7 +95,11 @@ bool copyWithAttributes(int from, int to)
 
 FileDescriptor openRegularFile(const char *path) noexcept
 {
-    FileDescriptor file(::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    int opened = -1;
+    do {
+        opened = ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    } while (opened < 0 && errno == EINTR);
+    FileDescriptor file(opened);
     struct stat status = {};
     if (!file || ::fstat(file.get(), &status) != 0)
         return {};

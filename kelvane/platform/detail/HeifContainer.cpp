@@ -69,7 +69,10 @@ std::vector<std::byte> readPart(int descriptor, std::uint64_t fileSize, std::uin
 std::unique_ptr<HeifContainer> HeifContainer::open(const std::string &path)
 {
     std::unique_ptr<HeifContainer> container(new HeifContainer);
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    } while (descriptor < 0 && errno == EINTR);
     container->_descriptor = descriptor;
     struct stat status = {};
     if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))

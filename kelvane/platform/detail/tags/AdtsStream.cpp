@@ -2,6 +2,7 @@
 #include "AdtsStream.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <iterator>
 #include <unistd.h>
@@ -50,7 +51,10 @@ public:
     const unsigned char *at(long offset)
     {
         if (offset < _start || offset + static_cast<long>(headerSize) > _start + _size) {
-            const ssize_t got = ::pread(_descriptor, _bytes.data(), _bytes.size(), offset);
+            ssize_t got = 0;
+            do {
+                got = ::pread(_descriptor, _bytes.data(), _bytes.size(), offset);
+            } while (got < 0 && errno == EINTR);
             _start = offset;
             _size = std::max<long>(got, 0);
         }
