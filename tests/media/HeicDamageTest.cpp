@@ -157,7 +157,8 @@ TEST_F(HeicDamage, ASparseFileOfFourGigabytesIsRefused)
 TEST_F(HeicDamage, AnythingThatDescribesThePictureMayBeDamaged)
 {
     // What cannot be read of it is left out, the picture is there.
-    HeifItem exif{"Exif", bigEndian(6, 4) + "Exif" + bigEndian(0, 2) + "MM\0*" + bigEndian(0x7fffffff, 4), {}};
+    HeifItem exif{
+        "Exif", bigEndian(6, 4) + "Exif" + bigEndian(0, 2) + "MM" + bigEndian(42, 2) + bigEndian(0x7fffffff, 4), {}};
     EXPECT_TRUE(convert(heifFile({item, exif}, {{"cdsc", 2, {1}}})));
     exif.content = bigEndian(0x80000000, 4);
     EXPECT_TRUE(convert(heifFile({item, exif}, {{"cdsc", 2, {1}}})));
@@ -187,8 +188,8 @@ TEST_F(HeicDamage, SeveralThreadsConvertAtOnce)
     std::vector<char> isConverted(6);
     for (std::size_t i = 0; i < isConverted.size(); ++i)
         threads.emplace_back([&, i] {
-            isConverted[i] = HeicConverter::convertHeicToJPG(
-                folder.string("a.heic"), folder.string("thread" + std::to_string(i) + ".jpg"));
+            const auto made = folder.string("thread" + std::to_string(i) + ".jpg");
+            isConverted[i] = HeicConverter::convertHeicToJPG(folder.string("a.heic"), made) ? 1 : 0;
         });
     for (std::thread &thread : threads)
         thread.join();

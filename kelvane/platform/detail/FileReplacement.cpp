@@ -110,7 +110,7 @@ FileDescriptor openRegularFile(const char *path) noexcept
     return {};
 }
 
-FileReplacement::FileReplacement(std::string path) : _path(resolved(std::move(path))) {}
+FileReplacement::FileReplacement(const std::string &path) : _path(resolved(path)) {}
 
 FileReplacement::~FileReplacement()
 {

@@ -16,7 +16,7 @@ namespace kelvane::detail {
 class FileReplacement {
 public:
     /// For the file at `path`; a symbolic link stands for the file that it leads to.
-    explicit FileReplacement(std::string path);
+    explicit FileReplacement(const std::string &path);
     /// Removes the copy where it was not committed.
     ~FileReplacement();
     FileReplacement(const FileReplacement &) = delete;
