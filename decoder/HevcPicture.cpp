@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <exception>
+#include <limits>
 
 namespace kelvane::decoder {
 namespace {
@@ -24,9 +25,12 @@ constexpr std::int64_t spareBytes = 16 << 20;
 constexpr std::size_t mostSmallTiles = 1024;
 constexpr std::uint64_t smallTile = 128 * 128;
 
+// A file may say 2^32 for each; the decoder refuses what is far smaller.
 std::int64_t mostPixelsFor(std::int64_t width, std::int64_t height)
 {
-    return (width + blockSize) * (height + blockSize);
+    std::int64_t pixels = 0;
+    const bool isTooMany = __builtin_mul_overflow(width + blockSize, height + blockSize, &pixels);
+    return isTooMany ? std::numeric_limits<std::int64_t>::max() : pixels;
 }
 
 // Paints in stripes, one thread on each. False where memory ended.
