@@ -221,6 +221,21 @@ double findAndDeleteInTable(int count)
     return time / count;
 }
 
+/// Reads as much memory as so many of our items have, one cache line after the other, and nothing else.
+double readMemoryOf(int count)
+{
+    constexpr std::size_t bytesPerItem = 258; // as the rows of peak memory say
+    constexpr std::size_t line = 64;
+    std::vector<unsigned char> bytes(bytesPerItem * static_cast<std::size_t>(count), 1);
+    unsigned sum = 0;
+    const double time = seconds([&] {
+        for (std::size_t place = 0; place < bytes.size(); place += line)
+            sum += bytes[place];
+    });
+    require(sum > 0, "memory that was read");
+    return time / count;
+}
+
 template <class List>
 void keep(int count)
 {
@@ -303,4 +318,5 @@ int main()
         growthBeside(
             "list", "find and delete", larger / 10, larger, [](int size) { return findAndDelete<OurList>(size, size); },
             "std::list and std::unordered_map", findAndDeleteInTable, 5);
+    growthBeside("list", "delete all", sizes[0], sizes[1], deleteAll<OurList>, "reading their memory", readMemoryOf, 5);
 }
