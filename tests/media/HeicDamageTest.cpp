@@ -164,7 +164,7 @@ TEST_F(HeicDamage, AnythingThatDescribesThePictureMayBeDamaged)
     EXPECT_TRUE(convert(heifFile({item, exif}, {{"cdsc", 2, {1}}})));
 }
 
-TEST_F(HeicDamage, ADescriptionThatAJpegFileHasNoRoomForIsLeftOutAndTheOrientationStays)
+TEST_F(HeicDamage, ADescriptionThatAJpegFileHasNoRoomForIsLeftOutAndAShorterOneStays)
 {
     for (const std::uint32_t length : {60'000U, 66'000U}) {
         const std::string tiff = "MM" + bigEndian(42, 2) + bigEndian(8, 4) + bigEndian(1, 2) + bigEndian(0x010e, 2)
