@@ -2,6 +2,7 @@
 #include <kelvane/platform/FileHandle.h>
 
 #include <kelvane/platform/detail/FileAttributes.h>
+#include <kelvane/platform/detail/FileDescriptor.h>
 
 #include <cerrno>
 
@@ -15,8 +16,12 @@ namespace {
 std::unique_ptr<FileHandle> openFile(const String &path, int flags)
 {
     const char *name = detail::systemPath(path);
-    const int descriptor = name ? open(name, flags | O_CLOEXEC) : -1;
-    return descriptor < 0 ? nullptr : std::make_unique<FileHandle>(descriptor);
+    detail::FileDescriptor file(name ? open(name, flags | O_CLOEXEC) : -1);
+    if (!file)
+        return nullptr;
+    auto handle = std::make_unique<FileHandle>(file.get());
+    file.release();
+    return handle;
 }
 
 } // namespace

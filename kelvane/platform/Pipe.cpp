@@ -36,15 +36,19 @@ int bytesIn(int descriptor)
 
 std::shared_ptr<Pipe> Pipe::pipe()
 {
+    std::shared_ptr<Pipe> pipe(new Pipe); // first, for it may fail, and descriptors must not be lost then
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
         return nullptr;
-    return std::shared_ptr<Pipe>(new Pipe(ends[0], ends[1]));
+    pipe->_readingEnd = ends[0];
+    pipe->_writingEnd = ends[1];
+    return pipe;
 }
 
 Pipe::~Pipe()
 {
-    ::close(_readingEnd);
+    if (_readingEnd >= 0)
+        ::close(_readingEnd);
     closeWritingEnd();
 }
 

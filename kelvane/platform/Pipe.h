@@ -35,10 +35,10 @@ public:
     void closeWritingEnd() noexcept;
 
 private:
-    Pipe(int readingEnd, int writingEnd) noexcept : _readingEnd(readingEnd), _writingEnd(writingEnd) {}
+    Pipe() = default;
 
-    int _readingEnd;
-    int _writingEnd;
+    int _readingEnd = -1;
+    int _writingEnd = -1;
 };
 
 } // namespace kelvane

@@ -232,10 +232,11 @@ std::vector<std::string> DeviceFolder::namesIn(const std::string &relative)
     if (folder < 0)
         return {};
     // Reading a folder moves the position in it, so that the number kept for paths is not used for that.
-    const int reader = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR *)> open(reader < 0 ? nullptr : ::fdopendir(reader), ::closedir);
+    FileDescriptor reader(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::unique_ptr<DIR, int (*)(DIR *)> open(reader.isOpen() ? ::fdopendir(reader.get()) : nullptr, ::closedir);
     if (!open)
         failFolder(relative, errno);
+    reader.release();
     std::vector<std::string> names;
     errno = 0;
     while (const dirent *entry = ::readdir(open.get())) {

@@ -25,6 +25,8 @@ public:
 
     [[nodiscard]] bool isOpen() const noexcept { return _number >= 0; }
     [[nodiscard]] int get() const noexcept { return _number; }
+    /// Somebody else closes it from now on.
+    int release() noexcept { return std::exchange(_number, -1); }
 
 private:
     int _number = -1;

@@ -22,6 +22,8 @@ public:
 
     [[nodiscard]] explicit operator bool() const noexcept { return _number >= 0; }
     [[nodiscard]] int get() const noexcept { return _number; }
+    /// Somebody else closes it from now on.
+    int release() noexcept { return std::exchange(_number, -1); }
     void close() noexcept
     {
         if (_number < 0)
