@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/common/AsyncTask.h>
 
+#include <kelvane/common/detail/AtScopeEnd.h>
 #include <kelvane/common/detail/DoneSignal.h>
 #include <kelvane/common/detail/LiveTaskList.h>
 #include <kelvane/common/detail/Notify.h>
@@ -69,7 +70,12 @@ void AsyncTask::startTask(bool synchronous)
 void AsyncTask::addTaskOperation(const std::shared_ptr<AsyncTask> &task)
 {
     s_baseTaskArray().append(task);
-    base_op().addOperation(task);
+    try {
+        base_op().addOperation(task);
+    } catch (...) {
+        s_baseTaskArray().remove(task.get()); // it will never run, so nobody will wait for it
+        throw;
+    }
 }
 
 void AsyncTask::main()
@@ -136,20 +142,18 @@ bool AsyncTask::waitDone(std::int32_t timeoutMs)
 {
     const auto self = weak_from_this().lock(); // the list may hold the last other reference
     bool isDone = isFinished();
-    if (!isDone) {
-        createCondition();
-        isDone = detail::waitForSignal(*_conditionLock, timeoutMs);
+    {
+        const detail::AtScopeEnd forget([this] { s_baseTaskArray().remove(this); });
+        if (!isDone) {
+            createCondition();
+            isDone = detail::waitForSignal(*_conditionLock, timeoutMs);
+        }
     }
-    forgetTask();
-    return isDone;
-}
-
-void AsyncTask::forgetTask()
-{
-    const String left = s_baseTaskArray().remove(this);
-    auto &logger = ZenLogger::defaultLogger();
-    if (logger.isDebugEnabled())
+    if (auto &logger = ZenLogger::defaultLogger(); logger.isDebugEnabled()) {
+        const String left = s_baseTaskArray().text();
         logger.ZenLogDebug(String("s_baseTaskArray:") + (left.isNull() ? String("()") : left));
+    }
+    return isDone;
 }
 
 std::shared_ptr<ConditionLock> AsyncTask::conditionLock()

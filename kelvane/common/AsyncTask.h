@@ -106,7 +106,6 @@ protected:
 private:
     static OperationQueue &base_op();
     static detail::LiveTaskList &s_baseTaskArray();
-    void forgetTask();
 
     Monitor _monitor;
     std::shared_ptr<ConditionLock> _conditionLock; // guarded by _monitor

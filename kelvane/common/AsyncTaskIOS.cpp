@@ -127,7 +127,12 @@ bool AsyncTaskIOS::start(bool synchronous, Object workUserState)
     const auto self = shared_from_this();
     if (started::s_iosTaskArray)
         started::s_iosTaskArray->append(self);
-    iosBase_op().addOperation(self);
+    try {
+        iosBase_op().addOperation(self);
+    } catch (...) {
+        replaceTaskState(AsyncTaskStateQueued, AsyncTaskStateIdle); // it will never run: a later start() may
+        throw;
+    }
     return true;
 }
 

@@ -120,9 +120,10 @@ bool BaseAsyncTask::waitDoneInternal(std::int32_t timeoutMs)
     if (signal)
         (void)detail::waitForSignal(*signal, timeoutMs); // the outcome is returned, not whether the time was up
     const bool outcome = isSuccessCompleted();
-    const String left = s_iosTaskArray().remove(this);
-    if (!left.isNull() && ZenLogger::defaultLogger().isEnabled(LogLevel::Debug))
-        ZenLogger::defaultLogger().ZenLogDebug(String("s_iosTaskArray:") + left);
+    s_iosTaskArray().remove(this);
+    if (auto &logger = ZenLogger::defaultLogger(); logger.isDebugEnabled())
+        if (const String left = s_iosTaskArray().text(); !left.isNull())
+            logger.ZenLogDebug(String("s_iosTaskArray:") + left);
     return outcome;
 }
 

@@ -3,7 +3,6 @@
 
 #include <kelvane/platform/Operation.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -11,25 +10,34 @@ namespace kelvane::detail {
 
 LiveTaskList::LiveTaskList(std::size_t capacity)
 {
-    _tasks.reserve(capacity);
+    _places.reserve(capacity);
 }
 
 void LiveTaskList::append(std::shared_ptr<Operation> task)
 {
     const std::lock_guard guard(_mutex);
-    _tasks.push_back(std::move(task));
+    const Tasks::iterator entry = _tasks.insert(_tasks.end(), std::move(task));
+    try {
+        _places.emplace(entry->get(), entry);
+    } catch (...) {
+        _tasks.erase(entry);
+        throw;
+    }
 }
 
-String LiveTaskList::remove(const Operation *task)
+void LiveTaskList::remove(const Operation *task) noexcept
 {
-    std::vector<std::shared_ptr<Operation>> released;
+    Tasks released; // outlives the lock
     const std::lock_guard guard(_mutex);
-    if (_tasks.empty())
-        return {};
-    const auto removed =
-        std::stable_partition(_tasks.begin(), _tasks.end(), [&](const auto &entry) { return entry.get() != task; });
-    released.assign(std::make_move_iterator(removed), std::make_move_iterator(_tasks.end()));
-    _tasks.erase(removed, _tasks.end());
+    const auto [first, last] = _places.equal_range(task);
+    for (auto place = first; place != last; ++place)
+        released.splice(released.end(), _tasks, place->second);
+    _places.erase(first, last);
+}
+
+String LiveTaskList::text() const
+{
+    const std::lock_guard guard(_mutex);
     if (_tasks.empty())
         return {};
     std::string text = "(";

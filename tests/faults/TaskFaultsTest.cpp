@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// Tasks whose work fails when there is no memory to say so.
+// Tasks when memory and threads run out.
 #include "FaultTest.h"
 
+#include <kelvane/common/AsyncTask.h>
 #include <kelvane/common/AsyncTaskIOS.h>
+
+#include <cstdio>
+#include <memory>
 
 #include <new>
 #include <unistd.h>
@@ -11,6 +15,8 @@ using namespace kelvane;
 using namespace kelvane::testsupport;
 
 namespace {
+
+namespace fs = std::filesystem;
 
 TEST(TaskFaults, WorkThatFailsForWantOfMemoryIsNoSuccess)
 {
@@ -27,5 +33,46 @@ TEST(TaskFaults, WorkThatFailsForWantOfMemoryIsNoSuccess)
     EXPECT_TRUE(task->isCompleted());
     EXPECT_GT(report.hits, 0U);
 }
+
+class TasksFaults : public FaultTest {};
+
+/// What a task holds as long as it lives: the layer of faults finds files that are left open.
+std::shared_ptr<std::FILE> openFile()
+{
+    return {std::fopen("/dev/null", "re"), [](std::FILE *file) {
+                if (file)
+                    std::fclose(file);
+            }};
+}
+
+TEST_P(TasksFaults, AnOperationTaskThatWasStartedOrNotIsLetGoWhenItWasWaitedFor)
+{
+    tryCalls({"tasks of operations", [](const fs::path &) {},
+        [](const fs::path &) {
+            const auto task = std::make_shared<AsyncTask>();
+            task->setTaskWorkCallbackBlock([held = openFile()](AsyncTask &, const Object &) { return true; });
+            task->startTask(false);
+            return task->waitDone(60000);
+        },
+        [](const fs::path &, bool) { return ""; }});
+}
+
+TEST_P(TasksFaults, ATaskThatCouldNotBeStartedIsStartedLater)
+{
+    tryCalls({"tasks", [](const fs::path &) {},
+        [](const fs::path &) {
+            const auto task =
+                std::make_shared<AsyncTaskIOS>([held = openFile()](AsyncTaskIOS &, const Object &) { return true; });
+            try {
+                task->start(false);
+            } catch (const std::bad_alloc &) {
+                task->start(false);
+            }
+            return task->waitDone();
+        },
+        [](const fs::path &, bool) { return ""; }});
+}
+
+KELVANE_ALL_FAULTS(TasksFaults);
 
 } // namespace

@@ -4,9 +4,10 @@
 #include <kelvane/foundation/Export.h>
 #include <kelvane/foundation/String.h>
 
+#include <list>
 #include <memory>
 #include <mutex>
-#include <vector>
+#include <unordered_map>
 
 namespace kelvane {
 class Operation;
@@ -19,15 +20,21 @@ namespace kelvane::detail {
 /// Threads: any. Tasks are released outside the lock, because a task may end another one while it is destroyed.
 class KELVANE_EXPORT LiveTaskList {
 public:
+    /// `capacity`: how many tasks are expected.
     explicit LiveTaskList(std::size_t capacity);
 
     void append(std::shared_ptr<Operation> task);
-    /// Takes out every entry of `task`. The list as text, "(<task 0x…>, …)", where tasks are left; else null.
-    String remove(const Operation *task);
+    /// Takes out every entry of `task`. Needs no memory: a task that could not be taken out would live for good.
+    void remove(const Operation *task) noexcept;
+    /// "(<task 0x…>, …)"; null where it is empty.
+    [[nodiscard]] String text() const;
 
 private:
-    std::mutex _mutex;
-    std::vector<std::shared_ptr<Operation>> _tasks; // guarded by _mutex
+    using Tasks = std::list<std::shared_ptr<Operation>>;
+
+    mutable std::mutex _mutex;
+    Tasks _tasks; // guarded by _mutex, oldest first
+    std::unordered_multimap<const Operation *, Tasks::iterator> _places; // guarded by _mutex
 };
 
 } // namespace kelvane::detail
