@@ -3,8 +3,8 @@
 // The kelvane command beside other commands that do the same, each a process of its own with its files in the page
 // cache: start and end of the process count for all.
 //   start  the version, which takes nothing but to start and to end; what any process takes is what true takes
-//   heic   HEIC photos of 12 megapixels to JPEG, of one tile and of 48 as phones write them; ffmpeg does but decode those 48
-//          (with the decoder that is ours, too), which shows what bounds us
+//   heic   HEIC photos of 12 megapixels to JPEG, of one tile and of 48 as phones write them; "codecs alone" is no program for
+//          photos: it decodes those 48 and codes them as JPEG, and does nothing else, which shows what bounds us
 //   info   what is known of 300 mp3, 300 m4a, 100 flac and 100 mp4 as JSON, all files in one process; mediainfo, which
 //          takes milliseconds for each, gets every eighth
 // programs_bench KELVANE SUPPORT-FOLDER
@@ -88,8 +88,7 @@ void convertPhotos(const std::string &kelvane, const std::string &support)
             {"vips", target, "vips copy %s '" + made + "[Q=80]'", photo},
             {"ImageMagick", target, "convert %s -quality 80 " + made, photo}};
         if (isTiled)
-            programs.push_back({"ffmpeg, decoding the tiles alone", 0,
-                "ffmpeg -nostdin -v error -y -threads 2 -i %s -f framecrc " + made, "tiles.hevc"});
+            programs.push_back({"codecs alone", 0, KELVANE_TILES_ALONE " %s " + made, "tiles.hevc"});
         compare(
             "heic", isTiled ? "12 megapixels in 48 tiles" : "12 megapixels in one tile", {"ms", 1e3}, programs, made);
     }

@@ -16,6 +16,7 @@ namespace kelvane::decoder {
 namespace {
 
 using detail::DecodedPicture;
+using detail::DecodedPlanes;
 using detail::HeifContainer;
 using detail::HeifFile;
 
@@ -66,7 +67,22 @@ DecodedPicture *pictureOf(Canvas canvas, int rotation)
     return picture.release();
 }
 
-DecodedPicture *decode(const char *path)
+DecodedPlanes *planesOf(JpegPlanes planes, int rotation)
+{
+    auto result = std::make_unique<DecodedPlanes>();
+    result->width = planes.width;
+    result->height = planes.height;
+    result->rotation = rotation;
+    for (std::size_t i = 0; i < planes.planes.size(); ++i) {
+        result->bytesPerRow[i] = static_cast<std::int32_t>(planes.bytesPerRow[i]);
+        result->planes[i] = planes.planes[i];
+    }
+    planes.memory.release(); // the first plane is where it begins
+    return result.release();
+}
+
+// Points `*planes` to them where the photo has them and they are asked for; else the picture is the answer.
+DecodedPicture *decode(const char *path, DecodedPlanes **planes)
 {
     const auto container = detail::HeifContainer::open(std::string(path));
     const auto file = container ? HeifFile::describe(*container) : std::nullopt;
@@ -76,9 +92,15 @@ DecodedPicture *decode(const char *path)
     const bool isLeftAsStored = file->isOnlyTurned() && !isDerived(*file);
     const int rotation = isLeftAsStored ? file->rotation : 0;
     HevcPicture hevc(*container, *file);
-    if (Canvas canvas = hevc.decode(); canvas.pixels)
+    if (Photo photo = hevc.decode(planes && isLeftAsStored)) {
+        if (photo.planes.memory) {
+            *planes = planesOf(std::move(photo.planes), rotation);
+            return nullptr;
+        }
         return pictureOf(
-            isLeftAsStored ? std::move(canvas) : transformed(std::move(canvas), file->transforms), rotation);
+            isLeftAsStored ? std::move(photo.pixels) : transformed(std::move(photo.pixels), file->transforms),
+            rotation);
+    }
     // Twice the picture for what it is derived from, and once for its alpha.
     const std::int64_t mostPixels = 3 * pixelLimit(container->fileSize());
     if (!hevc.isUnsupported() || !isBounded(container->items(), container->items().primary(), mostPixels)
@@ -100,11 +122,28 @@ extern "C" __attribute__((visibility("default"))) bool DecodeImageData(
     if (!path || bytesPerPixel != kelvane::detail::decodedBytesPerPixel)
         return false;
     try {
-        *picture = kelvane::decoder::decode(path);
+        *picture = kelvane::decoder::decode(path, nullptr);
     } catch (const std::exception &) {
         // Memory or threads have ended: no picture.
     }
     return *picture != nullptr;
+}
+
+extern "C" __attribute__((visibility("default"))) bool DecodePhoto(
+    const char *path, kelvane::detail::DecodedPicture **picture, kelvane::detail::DecodedPlanes **planes)
+{
+    if (!picture || !planes)
+        return false;
+    *picture = nullptr;
+    *planes = nullptr;
+    if (!path)
+        return false;
+    try {
+        *picture = kelvane::decoder::decode(path, planes);
+    } catch (const std::exception &) {
+        // As above.
+    }
+    return *picture || *planes;
 }
 
 extern "C" __attribute__((visibility("default"))) void FreeImageData(kelvane::detail::DecodedPicture *picture)
@@ -112,4 +151,11 @@ extern "C" __attribute__((visibility("default"))) void FreeImageData(kelvane::de
     if (picture)
         std::free(picture->pixels);
     delete picture;
+}
+
+extern "C" __attribute__((visibility("default"))) void FreePlanes(kelvane::detail::DecodedPlanes *planes)
+{
+    if (planes)
+        std::free(planes->planes[0]);
+    delete planes;
 }

@@ -51,13 +51,13 @@ bool inStripes(int rows, Paint &&paint)
 class HevcPicture::Tiles {
 public:
     Tiles(const detail::HeifItems &items, const std::optional<detail::HeifColour> &colour, const HeifGrid &shape,
-        std::vector<std::uint32_t> tiles, ItemSize tileSize, std::uint64_t fileSize, const Canvas &canvas)
+        std::vector<std::uint32_t> tiles, ItemSize tileSize, std::uint64_t fileSize, Surface &surface)
         : _items(items),
           _colour(colour),
           _grid(shape),
           _tiles(std::move(tiles)),
           _size(tileSize),
-          _canvas(canvas),
+          _surface(surface),
           _bytesLeft(static_cast<std::int64_t>(fileSize) + spareBytes)
     {
     }
@@ -95,10 +95,10 @@ private:
         const Place place = placeOf(index);
         if (planes.width < place.width || planes.height < place.height)
             return HevcDecoder::Outcome::damaged;
-        if (_canvas.bytesPerPixel == 4)
-            paintColour(planes, stream->colour ? stream->colour : _colour, _canvas, place, 0, place.height);
-        else
-            paintAlpha(planes, _canvas, place, 0, place.height);
+        const auto &colour = stream->colour ? stream->colour : _colour;
+        if (!_surface.accept(planes, colour, place))
+            return HevcDecoder::Outcome::damaged;
+        _surface.paint(planes, colour, place, 0, place.height);
         return outcome;
     }
 
@@ -108,8 +108,8 @@ private:
         Place place;
         place.x = static_cast<int>(index % _grid.columns * _size.width);
         place.y = static_cast<int>(index / _grid.columns * _size.height);
-        place.width = std::min(static_cast<int>(_size.width), _canvas.width - place.x);
-        place.height = std::min(static_cast<int>(_size.height), _canvas.height - place.y);
+        place.width = std::min(static_cast<int>(_size.width), _surface.width - place.x);
+        place.height = std::min(static_cast<int>(_size.height), _surface.height - place.y);
         return place;
     }
 
@@ -118,7 +118,7 @@ private:
     const HeifGrid &_grid;
     const std::vector<std::uint32_t> _tiles;
     const ItemSize _size;
-    const Canvas &_canvas;
+    Surface &_surface;
     std::atomic<std::int64_t> _bytesLeft; // to be decoded: tiles may share what they hold, but not all of a large file
     std::atomic<std::size_t> _next = 0;
     std::atomic<HevcDecoder::Outcome> _outcome = HevcDecoder::Outcome::decoded;
@@ -137,49 +137,46 @@ bool HevcPicture::isHevc(std::uint32_t item) const
     return type == fourCharacters("hvc1") || type == fourCharacters("hev1");
 }
 
-Canvas HevcPicture::decode()
+Photo HevcPicture::decode(bool mayHavePlanes)
 {
     const std::uint32_t width = _file.grid ? _file.grid->width : _file.storedWidth;
     const std::uint32_t height = _file.grid ? _file.grid->height : _file.storedHeight;
-    Canvas canvas(static_cast<int>(width), static_cast<int>(height), 4);
-    if (!canvas.pixels || !decodeItem(_items.primary(), canvas))
+    PhotoSurface surface(static_cast<int>(width), static_cast<int>(height), mayHavePlanes && !_file.hasAlpha);
+    if (!decodeItem(_items.primary(), surface))
+        return surface.isMixed() ? decode(false) : Photo();
+    if (_file.hasAlpha && !addAlpha(surface.pixels()))
         return {};
-    if (_file.hasAlpha && !addAlpha(canvas))
-        return {};
-    return canvas;
+    return surface.release();
 }
 
-bool HevcPicture::decodeItem(std::uint32_t item, const Canvas &canvas)
+bool HevcPicture::decodeItem(std::uint32_t item, Surface &surface)
 {
     if (isHevc(item))
-        return decodeSingle(item, canvas);
+        return decodeSingle(item, surface);
     if (_items.typeOf(item) == fourCharacters("grid"))
-        return decodeGrid(item, canvas);
+        return decodeGrid(item, surface);
     _isUnsupported = true;
     return false;
 }
 
-bool HevcPicture::decodeSingle(std::uint32_t item, const Canvas &canvas)
+bool HevcPicture::decodeSingle(std::uint32_t item, Surface &surface)
 {
     auto stream = readHevcStream(_items, item);
     if (!stream)
         return false;
     HevcDecoder decoder(coreCount());
-    const auto outcome = decoder.decode(std::move(stream->units), mostPixelsFor(canvas.width, canvas.height));
+    const auto outcome = decoder.decode(std::move(stream->units), mostPixelsFor(surface.width, surface.height));
     _isUnsupported = outcome == HevcDecoder::Outcome::unsupported;
     const HevcPlanes &planes = decoder.planes();
-    if (outcome != HevcDecoder::Outcome::decoded || planes.width < canvas.width || planes.height < canvas.height)
+    if (outcome != HevcDecoder::Outcome::decoded || planes.width < surface.width || planes.height < surface.height)
         return false;
-    const Place place{0, 0, canvas.width, canvas.height};
-    return inStripes(canvas.height, [&](int first, int end) {
-        if (canvas.bytesPerPixel == 4)
-            paintColour(planes, _file.colour, canvas, place, first, end);
-        else
-            paintAlpha(planes, canvas, place, first, end);
+    const Place place{0, 0, surface.width, surface.height};
+    return surface.accept(planes, _file.colour, place) && inStripes(surface.height, [&](int first, int end) {
+        surface.paint(planes, _file.colour, place, first, end);
     });
 }
 
-bool HevcPicture::decodeGrid(std::uint32_t item, const Canvas &canvas)
+bool HevcPicture::decodeGrid(std::uint32_t item, Surface &surface)
 {
     const auto grid = detail::readHeifGrid(_items, item);
     std::vector<std::uint32_t> tiles = _items.referencesOf(item, fourCharacters("dimg"));
@@ -193,14 +190,14 @@ bool HevcPicture::decodeGrid(std::uint32_t item, const Canvas &canvas)
     const std::uint64_t width = std::uint64_t{size.width} * grid->columns;
     const std::uint64_t height = std::uint64_t{size.height} * grid->rows;
     // Tiles cover the picture, and none lies wholly outside: that is also what bounds the work.
-    const auto canvasWidth = static_cast<std::uint64_t>(canvas.width);
-    const auto canvasHeight = static_cast<std::uint64_t>(canvas.height);
-    if (width < canvasWidth || height < canvasHeight || width - size.width >= canvasWidth
-        || height - size.height >= canvasHeight)
+    const auto wholeWidth = static_cast<std::uint64_t>(surface.width);
+    const auto wholeHeight = static_cast<std::uint64_t>(surface.height);
+    if (width < wholeWidth || height < wholeHeight || width - size.width >= wholeWidth
+        || height - size.height >= wholeHeight)
         return false;
     if (tiles.size() > mostSmallTiles && std::uint64_t{size.width} * size.height < smallTile)
         return false;
-    const auto outcome = Tiles(_items, _file.colour, *grid, std::move(tiles), size, _fileSize, canvas).decode();
+    const auto outcome = Tiles(_items, _file.colour, *grid, std::move(tiles), size, _fileSize, surface).decode();
     _isUnsupported = outcome == HevcDecoder::Outcome::unsupported;
     return outcome == HevcDecoder::Outcome::decoded;
 }
@@ -212,11 +209,11 @@ bool HevcPicture::addAlpha(const Canvas &canvas)
     if (size.width == 0 || size.height == 0 || size.width > static_cast<std::uint32_t>(canvas.width)
         || size.height > static_cast<std::uint32_t>(canvas.height))
         return false;
-    const Canvas alpha(static_cast<int>(size.width), static_cast<int>(size.height), 1);
-    if (!alpha.pixels || !decodeItem(_file.alphaItem, alpha))
+    AlphaSurface alpha(static_cast<int>(size.width), static_cast<int>(size.height));
+    if (!decodeItem(_file.alphaItem, alpha))
         return false;
-    inStripes(canvas.height, [&](int first, int end) { applyAlpha(canvas, alpha, _file.isPremultiplied, first, end); });
-    return true;
+    return inStripes(canvas.height,
+        [&](int first, int end) { applyAlpha(canvas, alpha.canvas(), _file.isPremultiplied, first, end); });
 }
 
 } // namespace kelvane::decoder

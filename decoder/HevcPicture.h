@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "RgbaPixels.h"
+#include "Surface.h"
 
 #include <kelvane/platform/detail/HeifContainer.h>
 #include <kelvane/platform/detail/HeifFile.h>
@@ -16,8 +16,9 @@ class HevcPicture {
 public:
     HevcPicture(const detail::HeifContainer &container, const detail::HeifFile &file);
 
-    /// The pixels, or none where the file is damaged, lies, or `isUnsupported`.
-    [[nodiscard]] Canvas decode();
+    /// The photo, or none where the file is damaged, lies, or `isUnsupported`. In planes only if it may be, and JPEG has
+    /// its colours.
+    [[nodiscard]] Photo decode(bool mayHavePlanes);
     /// Whether the picture is no HEVC, or of a kind that another decoder may know.
     [[nodiscard]] bool isUnsupported() const noexcept { return _isUnsupported; }
 
@@ -25,9 +26,9 @@ private:
     class Tiles;
 
     [[nodiscard]] bool isHevc(std::uint32_t item) const;
-    [[nodiscard]] bool decodeItem(std::uint32_t item, const Canvas &canvas);
-    [[nodiscard]] bool decodeGrid(std::uint32_t item, const Canvas &canvas);
-    [[nodiscard]] bool decodeSingle(std::uint32_t item, const Canvas &canvas);
+    [[nodiscard]] bool decodeItem(std::uint32_t item, Surface &surface);
+    [[nodiscard]] bool decodeGrid(std::uint32_t item, Surface &surface);
+    [[nodiscard]] bool decodeSingle(std::uint32_t item, Surface &surface);
     [[nodiscard]] bool addAlpha(const Canvas &canvas);
 
     const detail::HeifItems &_items;

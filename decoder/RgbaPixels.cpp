@@ -246,7 +246,7 @@ void mirror(const Canvas &canvas, bool isSideways)
 
 } // namespace
 
-std::uint8_t *Canvas::allocate(std::size_t size)
+std::uint8_t *allocatePixels(std::size_t size) noexcept
 {
     constexpr std::size_t largePage = 2U << 20;
     if (size < 4 * largePage)

@@ -25,8 +25,25 @@ namespace kelvane {
 namespace {
 
 using detail::DecodedPicture;
+using detail::DecodedPlanes;
 using detail::DecoderLibrary;
-using Picture = std::unique_ptr<DecodedPicture, detail::FreeImageData>;
+
+// What a decoder gave: one of the two, or neither.
+struct Photo {
+    std::unique_ptr<DecodedPicture, detail::FreeImageData> picture;
+    std::unique_ptr<DecodedPlanes, detail::FreePlanes> planes;
+
+    [[nodiscard]] explicit operator bool() const noexcept { return picture || planes; }
+    [[nodiscard]] std::uint32_t width() const noexcept { return sizeOf(planes ? planes->width : picture->width); }
+    [[nodiscard]] std::uint32_t height() const noexcept { return sizeOf(planes ? planes->height : picture->height); }
+    [[nodiscard]] std::int32_t rotation() const noexcept { return planes ? planes->rotation : picture->rotation; }
+
+private:
+    static std::uint32_t sizeOf(std::int32_t pixels) noexcept
+    {
+        return static_cast<std::uint32_t>(std::max(pixels, 0));
+    }
+};
 
 constexpr std::array<std::string_view, 9> brands = {
     "hevc", "hevm", "hevs", "avcs", "heic", "heix", "heim", "heis", "avic"};
@@ -45,6 +62,17 @@ bool fail(std::string_view line)
     return false;
 }
 
+Photo decode(const DecoderLibrary::Functions &functions, const String &path)
+{
+    DecodedPicture *picture = nullptr;
+    DecodedPlanes *planes = nullptr;
+    const bool isDecoded = functions.decodePhoto
+        ? functions.decodePhoto(path.c_str(), &picture, &planes)
+        : functions.decode(path.c_str(), detail::decodedBytesPerPixel, &picture);
+    return isDecoded ? Photo{{picture, functions.free}, {planes, functions.freePlanes}}
+                     : Photo{{nullptr, functions.free}, {nullptr, functions.freePlanes}};
+}
+
 // What a JPEG of the same picture says of itself.
 struct Properties {
     std::vector<std::byte> exif;
@@ -52,12 +80,11 @@ struct Properties {
     std::vector<std::byte> profile;
 };
 
-Properties propertiesOf(const String &heicPath, const DecodedPicture &picture)
+Properties propertiesOf(const String &heicPath, const Photo &photo)
 {
     constexpr std::size_t mostExifBytes = 65527; // that a JPEG file has room for
-    const auto orientation = static_cast<std::uint16_t>(HeicConverter::exifOrientationWithAngle(picture.rotation));
-    const detail::NewPictureFacts facts{
-        orientation, static_cast<std::uint32_t>(picture.width), static_cast<std::uint32_t>(picture.height)};
+    const auto orientation = static_cast<std::uint16_t>(HeicConverter::exifOrientationWithAngle(photo.rotation()));
+    const detail::NewPictureFacts facts{orientation, photo.width(), photo.height()};
     // A decoder that somebody put in our module's place may read files of which we know nothing more.
     auto file = detail::HeifFile::read(heicPath.str()).value_or(detail::HeifFile());
     Properties properties;
@@ -69,13 +96,16 @@ Properties propertiesOf(const String &heicPath, const DecodedPicture &picture)
     return properties;
 }
 
-void writeJpeg(const DecodedPicture &picture, const Properties &properties, const String &path)
+void writeJpeg(const Photo &photo, const Properties &properties, const String &path)
 {
     detail::JpegPicture jpeg;
-    jpeg.pixels = picture.pixels;
-    jpeg.width = static_cast<std::uint32_t>(std::max(picture.width, 0));
-    jpeg.height = static_cast<std::uint32_t>(std::max(picture.height, 0));
-    jpeg.bytesPerRow = static_cast<std::size_t>(std::max(picture.bytesPerRow, 0));
+    jpeg.width = photo.width();
+    jpeg.height = photo.height();
+    if (photo.planes)
+        for (std::size_t i = 0; i < jpeg.planes.size(); ++i)
+            jpeg.planes[i] = {photo.planes->planes[i], static_cast<std::size_t>(photo.planes->bytesPerRow[i])};
+    else
+        jpeg.pixels = {photo.picture->pixels, static_cast<std::size_t>(std::max(photo.picture->bytesPerRow, 0))};
     jpeg.exif = properties.exif;
     jpeg.xmp = properties.xmp;
     jpeg.iccProfile = properties.profile;
@@ -123,16 +153,15 @@ bool HeicConverter::convertHeicToJPG(const String &heicPath, const String &dstPa
     const auto functions = library.functions();
     if (!functions)
         return fail("dylib get Function failed.");
-    DecodedPicture *decoded = nullptr;
-    if (!functions->decode(heicPath.c_str(), detail::decodedBytesPerPixel, &decoded) || !decoded)
+    const Photo photo = decode(*functions, heicPath);
+    if (!photo)
         return fail("convertHeicToJPG DecodeImageData ", heicPath, " failed.");
-    const Picture picture(decoded, functions->free);
     if (!detail::systemPath(dstPath)) {
         // Intended: the line names a later step, and goes to the system's log. It always did.
         SystemLog::defaultLog().log("convertHeicToJPG CGImageDestinationCreateWithURL failed");
         return false;
     }
-    writeJpeg(*picture, propertiesOf(heicPath, *picture), dstPath);
+    writeJpeg(photo, propertiesOf(heicPath, photo), dstPath);
     return Utils::fileExsit(dstPath);
 }
 

@@ -31,10 +31,9 @@ std::vector<std::byte> exifBlockFor(const Image &image, const ImageDestinationOp
 Parts jpegOf(const Image &image, std::span<const std::byte> exif, std::span<const std::byte> profile, double quality)
 {
     detail::JpegPicture picture;
-    picture.pixels = reinterpret_cast<const std::uint8_t *>(image.pixels().bytes().data());
+    picture.pixels = {reinterpret_cast<const std::uint8_t *>(image.pixels().bytes().data()), image.bytesPerRow()};
     picture.width = static_cast<std::uint32_t>(image.width());
     picture.height = static_cast<std::uint32_t>(image.height());
-    picture.bytesPerRow = image.bytesPerRow();
     picture.quality = static_cast<int>(std::lround(std::clamp(quality, 0.01, 1.0) * 100));
     picture.exif = exif;
     picture.iccProfile = profile;

@@ -34,10 +34,9 @@ Data jpegOf(const std::uint8_t *pixels, std::int32_t width, std::int32_t height,
     std::span<const std::byte> iccProfile)
 {
     detail::JpegPicture picture;
-    picture.pixels = pixels;
+    picture.pixels = {pixels, bytesPerRow};
     picture.width = static_cast<std::uint32_t>(width);
     picture.height = static_cast<std::uint32_t>(height);
-    picture.bytesPerRow = bytesPerRow;
     picture.quality = 85;
     picture.iccProfile = iccProfile;
     return joined(detail::encodeJpeg(picture));

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/media/HeicConverter.h>
+#include <kelvane/platform/Image.h>
+#include <kelvane/platform/ImageDestination.h>
 
 #include "tests/support/PictureCompare.h"
 #include "tests/support/TemporaryFolder.h"
@@ -118,6 +120,59 @@ TEST_F(HeicPictures, AGridIsPutTogetherOfItsTiles)
     expectSameAsLibheif("grid.heic");
     EXPECT_EQ(exif("IFD0:Orientation"), "8");
     EXPECT_EQ(exif("ImageSize"), "320 192");
+}
+
+// What a part of a picture shows, by the number of its first column.
+ShownPicture columnsOf(const ShownPicture &picture, int first, int count)
+{
+    ShownPicture part{count, picture.height, {}};
+    for (int y = 0; y < picture.height; ++y)
+        part.pixels += picture.pixels.substr(3
+                * (static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width)
+                    + static_cast<std::size_t>(first)),
+            3 * static_cast<std::size_t>(count));
+    return part;
+}
+
+TEST_F(HeicPictures, TilesThatNameOtherColoursThanTheFirstComeOutRight)
+{
+    // Full range, as JPEG has it, and limited: what goes into the file as it is beside what does not.
+    HeifItem full = encoded();
+    HeifItem limited = full;
+    full.properties.push_back(colourBox(1, 13, 6, true));
+    limited.properties.push_back(colourBox(1, 13, 6, false));
+    const auto shown = [this](const std::vector<HeifItem> &items, const std::vector<HeifReference> &references = {}) {
+        writeFile(in("some.heic"), heifFile(items, references));
+        convert(in("some.heic"));
+        return readPicture(in("a.jpg"), folder.path());
+    };
+    const ShownPicture fullAlone = shown({full});
+    const ShownPicture limitedAlone = shown({limited});
+    ASSERT_GT(difference(fullAlone, limitedAlone).mean, 5);
+
+    const HeifItem grid{"grid", gridContent(1, 2, 640, 192), {sizeBox(640, 192)}};
+    const HeifReference tiles{"dimg", 1, {2, 3}};
+    for (const bool isFullFirst : {true, false}) {
+        const ShownPicture both =
+            isFullFirst ? shown({grid, full, limited}, {tiles}) : shown({grid, limited, full}, {tiles});
+        ASSERT_EQ(both.width, 640);
+        EXPECT_LE(difference(columnsOf(both, 0, 320), isFullFirst ? fullAlone : limitedAlone).mean, 1);
+        EXPECT_LE(difference(columnsOf(both, 320, 320), isFullFirst ? limitedAlone : fullAlone).mean, 1);
+    }
+}
+
+TEST_F(HeicPictures, ColoursAsJpegHasThemAreTheSameOnTheWayThroughPixels)
+{
+    // The image layer reads pixels, the converter takes planes.
+    encoded("", "format=rgb24,crop=311:187:0:0:exact=1");
+    convert(in("a.heic"));
+    const ShownPicture byPlanes = readPicture(in("a.jpg"), folder.path());
+    const auto destination = ImageDestination::create(folder.string("pixels.jpg"), ImageFormat::Jpeg);
+    ASSERT_TRUE(destination);
+    ASSERT_TRUE(destination->write(Image::fromFile(folder.string("a.heic"))));
+    const PictureDifference found = difference(byPlanes, readPicture(in("pixels.jpg"), folder.path()));
+    EXPECT_LE(found.mean, 0.7) << found;
+    EXPECT_LE(found.nearlyAll, 6) << found;
 }
 
 TEST_F(HeicPictures, TenBitsAndTwelveBecomeEight)

@@ -39,9 +39,15 @@ std::optional<DecoderLibrary::Functions> DecoderLibrary::functions() const
 {
     const std::lock_guard lock(_mutex);
     ::dlerror();
-    const Functions functions{reinterpret_cast<DecodeImageData>(::dlsym(_handle, decodeImageDataName)),
-        reinterpret_cast<FreeImageData>(::dlsym(_handle, freeImageDataName))};
-    return ::dlerror() || !functions.decode || !functions.free ? std::nullopt : std::optional(functions);
+    Functions functions{reinterpret_cast<DecodeImageData>(::dlsym(_handle, decodeImageDataName)),
+        reinterpret_cast<FreeImageData>(::dlsym(_handle, freeImageDataName)), nullptr, nullptr};
+    if (::dlerror() || !functions.decode || !functions.free)
+        return std::nullopt;
+    functions.decodePhoto = reinterpret_cast<DecodePhoto>(::dlsym(_handle, decodePhotoName));
+    functions.freePlanes = reinterpret_cast<FreePlanes>(::dlsym(_handle, freePlanesName));
+    if (!functions.freePlanes)
+        functions.decodePhoto = nullptr;
+    return functions;
 }
 
 void DecoderLibrary::close() noexcept

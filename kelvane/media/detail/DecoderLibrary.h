@@ -20,6 +20,8 @@ public:
     struct Functions {
         DecodeImageData decode;
         FreeImageData free;
+        DecodePhoto decodePhoto; ///< null, as is the next, where the module has but the first two
+        FreePlanes freePlanes;
     };
 
     [[nodiscard]] static DecoderLibrary &shared();

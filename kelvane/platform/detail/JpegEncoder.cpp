@@ -125,10 +125,27 @@ void writeRows(
     jpeg_compress_struct &state, const JpegPicture &picture, std::uint32_t firstRow, std::vector<std::uint8_t> &room)
 {
     while (state.next_scanline < state.image_height) {
-        const std::uint8_t *row = picture.pixels + (firstRow + state.next_scanline) * picture.bytesPerRow;
+        const std::uint8_t *row = picture.pixels.row(firstRow + state.next_scanline);
         // libjpeg takes it as not const, and leaves it alone.
         JSAMPROW line = const_cast<JSAMPROW>(onWhite(row, picture.width, room));
         jpeg_write_scanlines(&state, &line, 1);
+    }
+}
+
+// A row of blocks at a time, the last one filled up with the last row of the picture.
+void writePlanes(jpeg_compress_struct &state, const JpegPicture &picture, std::uint32_t firstRow)
+{
+    while (state.next_scanline < state.image_height) {
+        JSAMPROW rows[3][blockRow];
+        JSAMPARRAY planes[3] = {rows[0], rows[1], rows[2]};
+        for (std::uint32_t plane = 0; plane < 3; ++plane) {
+            const std::uint32_t scale = plane == 0 ? 1 : 2;
+            const std::uint32_t first = (firstRow + state.next_scanline) / scale;
+            const std::uint32_t last = (picture.height - 1) / scale;
+            for (std::uint32_t i = 0; i < blockRow / scale; ++i)
+                rows[plane][i] = const_cast<JSAMPROW>(picture.planes[plane].row(std::min(first + i, last)));
+        }
+        jpeg_write_raw_data(&state, planes, blockRow);
     }
 }
 
@@ -151,15 +168,20 @@ bool encodeStripe(const JpegPicture &picture, std::uint32_t firstRow, std::uint3
     state.dest = &destination.base;
     state.image_width = picture.width;
     state.image_height = rows;
-    state.input_components = 4;
-    state.in_color_space = JCS_EXT_RGBA;
-    jpeg_set_defaults(&state);
+    const bool hasPlanes = picture.planes[0].first != nullptr;
+    state.input_components = hasPlanes ? 3 : 4;
+    state.in_color_space = hasPlanes ? JCS_YCbCr : JCS_EXT_RGBA;
+    jpeg_set_defaults(&state); // with chroma at half the size
+    state.raw_data_in = hasPlanes ? TRUE : FALSE;
     jpeg_set_quality(&state, std::clamp(picture.quality, 1, 100), TRUE);
     state.restart_in_rows = 1;
     jpeg_start_compress(&state, TRUE);
     if (firstRow == 0)
         writeProperties(state, picture);
-    writeRows(state, picture, firstRow, room);
+    if (hasPlanes)
+        writePlanes(state, picture, firstRow);
+    else
+        writeRows(state, picture, firstRow, room);
     jpeg_finish_compress(&state);
     jpeg_destroy_compress(&state);
     return true;
@@ -223,8 +245,8 @@ std::vector<std::vector<std::byte>> encodeStripes(const JpegPicture &picture, st
 
 std::vector<std::vector<std::byte>> encodeJpeg(const JpegPicture &picture) noexcept
 try {
-    if (!picture.pixels || picture.width == 0 || picture.height == 0 || picture.width > JPEG_MAX_DIMENSION
-        || picture.height > JPEG_MAX_DIMENSION)
+    if ((!picture.pixels.first && !picture.planes[0].first) || picture.width == 0 || picture.height == 0
+        || picture.width > JPEG_MAX_DIMENSION || picture.height > JPEG_MAX_DIMENSION)
         return {};
     std::atomic<bool> isFailed = false;
     std::vector<std::vector<std::byte>> parts = encodeStripes(picture, isFailed);
