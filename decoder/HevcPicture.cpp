@@ -102,14 +102,14 @@ private:
         return outcome;
     }
 
-    // Tiles may reach over the right and lower edge.
+    // Tiles may reach over the right and lower edge, however far: a file may say 2^32 for their size.
     [[nodiscard]] Place placeOf(std::size_t index) const
     {
         Place place;
         place.x = static_cast<int>(index % _grid.columns * _size.width);
         place.y = static_cast<int>(index / _grid.columns * _size.height);
-        place.width = std::min(static_cast<int>(_size.width), _surface.width - place.x);
-        place.height = std::min(static_cast<int>(_size.height), _surface.height - place.y);
+        place.width = static_cast<int>(std::min<std::int64_t>(_size.width, _surface.width - place.x));
+        place.height = static_cast<int>(std::min<std::int64_t>(_size.height, _surface.height - place.y));
         return place;
     }
 

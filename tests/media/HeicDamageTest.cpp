@@ -120,6 +120,17 @@ TEST_F(HeicDamage, AGridThatLiesIsRefused)
     expectRefused(grid(1, 2, 60000, 60000, {2, 2}));
 }
 
+TEST_F(HeicDamage, OfATileThatSaysItIsHugeThePartThatFitsIsShown)
+{
+    ASSERT_TRUE(convert(whole));
+    const std::string alone = readFile(folder.path("b.jpg"));
+    const HeifItem grid{"grid", gridContent(1, 1, 256, 256), {sizeBox(256, 256)}};
+    for (const std::uint32_t edge : {300U, 0x7fffffffU, 0x80000000U, 0xffffffffU}) {
+        EXPECT_TRUE(convert(heifFile({grid, sized(edge, edge)}, {{"dimg", 1, {2}}}))) << edge;
+        EXPECT_EQ(readFile(folder.path("b.jpg")), alone) << edge;
+    }
+}
+
 TEST_F(HeicDamage, AGridWithoutTilesOrContentIsRefused)
 {
     expectRefused(heifFile({{"grid", gridContent(1, 1, 256, 256), {sizeBox(256, 256)}}}));
