@@ -77,7 +77,7 @@ DecodedPlanes *planesOf(JpegPlanes planes, int rotation)
         result->bytesPerRow[i] = static_cast<std::int32_t>(planes.bytesPerRow[i]);
         result->planes[i] = planes.planes[i];
     }
-    planes.memory.release(); // the first plane is where it begins
+    (void)planes.memory.release(); // the first plane is where it begins
     return result.release();
 }
 

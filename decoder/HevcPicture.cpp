@@ -23,7 +23,7 @@ constexpr std::int64_t spareBytes = 16 << 20;
 
 // Each tile costs some time, however small it is. Cameras have some hundred, of 512 x 512.
 constexpr std::size_t mostSmallTiles = 1024;
-constexpr std::uint64_t smallTile = 128 * 128;
+constexpr std::uint64_t smallTile = std::uint64_t{128} * 128;
 
 // A file may say 2^32 for each; the decoder refuses what is far smaller.
 std::int64_t mostPixelsFor(std::int64_t width, std::int64_t height)

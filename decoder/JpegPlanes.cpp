@@ -39,8 +39,8 @@ void JpegPlanes::copy(const HevcPlanes &decoded, const Place &place, int firstRo
         const std::size_t left = static_cast<std::size_t>(place.x) >> shift;
         const std::size_t filler = isRightEdge ? bytesPerRow[plane] - left - samples : 0;
         for (int y = firstRow >> shift; y < (endRow + shift) >> shift; ++y) {
-            const auto row = static_cast<std::size_t>((place.y >> shift) + y);
-            std::uint8_t *to = planes[plane] + row * bytesPerRow[plane] + left;
+            const int row = (place.y >> shift) + y;
+            std::uint8_t *to = planes[plane] + static_cast<std::size_t>(row) * bytesPerRow[plane] + left;
             std::memcpy(to, decoded.row<std::uint8_t>(plane, y), samples);
             std::memset(to + samples, to[samples - 1], filler);
         }

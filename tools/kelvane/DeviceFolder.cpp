@@ -258,8 +258,9 @@ std::vector<std::string> DeviceFolder::filesIn(const std::string &relative)
 
 void DeviceFolder::emptyFolder(const std::string &relative)
 {
+    const std::string folder = relative + '/';
     for (const std::string &name : namesIn(relative)) {
-        const Place place = placeOf(relative + '/' + name);
+        const Place place = placeOf(folder + name);
         ::unlinkat(place.folder, place.name.c_str(), 0);
     }
 }
