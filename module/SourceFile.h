@@ -3,13 +3,13 @@
 
 #include "Budget.h"
 
+#include <kelvane/platform/detail/FileAccess.h>
+
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,16 +19,11 @@ namespace kelvane::module {
 /// served from a window of the file, because headers are read in pieces of a few bytes, one behind the other.
 class SourceFile {
 public:
-    SourceFile(const char *path, Budget &budget) : _descriptor(openFile(path)), _budget(budget)
+    SourceFile(const char *path, Budget &budget) : _file(detail::openRegularFile(path)), _budget(budget)
     {
         struct stat status {};
-        if (_descriptor >= 0 && ::fstat(_descriptor, &status) == 0 && S_ISREG(status.st_mode))
+        if (_file && ::fstat(_file.get(), &status) == 0)
             _size = status.st_size;
-    }
-    ~SourceFile()
-    {
-        if (_descriptor >= 0)
-            ::close(_descriptor);
     }
     SourceFile(const SourceFile &) = delete;
     SourceFile &operator=(const SourceFile &) = delete;
@@ -57,20 +52,9 @@ public:
     }
 
 private:
-    static int openFile(const char *path)
-    {
-        int descriptor = -1;
-        do {
-            descriptor = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-        } while (descriptor < 0 && errno == EINTR);
-        return descriptor;
-    }
     std::size_t readFile(std::int64_t at, void *bytes, std::size_t count) const
     {
-        ssize_t taken = 0;
-        do {
-            taken = ::pread(_descriptor, bytes, count, at);
-        } while (taken < 0 && errno == EINTR);
+        const ssize_t taken = detail::uninterrupted([&] { return ::pread(_file.get(), bytes, count, at); });
         return taken > 0 ? static_cast<std::size_t>(taken) : 0;
     }
     std::size_t counted(std::size_t taken)
@@ -79,7 +63,7 @@ private:
         return taken;
     }
 
-    const int _descriptor;
+    const detail::FileDescriptor _file;
     Budget &_budget;
     std::int64_t _size = -1;
     std::array<std::byte, 16384> _window;

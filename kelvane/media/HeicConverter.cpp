@@ -4,8 +4,8 @@
 #include <kelvane/common/Utils.h>
 #include <kelvane/media/detail/DecoderLibrary.h>
 #include <kelvane/platform/detail/ExifOrientation.h>
+#include <kelvane/platform/detail/FileAccess.h>
 #include <kelvane/platform/detail/FileAttributes.h>
-#include <kelvane/platform/detail/FileReplacement.h>
 #include <kelvane/platform/detail/HeifFile.h>
 #include <kelvane/platform/detail/JpegEncoder.h>
 #include <kelvane/platform/detail/ReplaceFile.h>
@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -124,13 +123,9 @@ bool HeicConverter::isHeic(const String &path) noexcept
     const detail::FileDescriptor file = systemPath ? detail::openRegularFile(systemPath) : detail::FileDescriptor();
     if (!file)
         return false;
-    constexpr off_t brandOffset = 8;
+    constexpr std::uint64_t brandOffset = 8;
     std::array<char, 4> brand = {};
-    ssize_t got = 0;
-    do {
-        got = ::pread(file.get(), brand.data(), brand.size(), brandOffset);
-    } while (got < 0 && errno == EINTR);
-    return got == static_cast<ssize_t>(brand.size())
+    return detail::readAt(file.get(), std::as_writable_bytes(std::span(brand)), brandOffset) == brand.size()
         && std::find(brands.begin(), brands.end(), std::string_view(brand.data(), brand.size())) != brands.end();
 }
 

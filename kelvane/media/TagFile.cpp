@@ -4,11 +4,10 @@
 #include <kelvane/media/detail/ArtworkProbe.h>
 #include <kelvane/media/Mediadata.h>
 #include <kelvane/platform/AudioMetadata.h>
+#include <kelvane/platform/detail/FileAccess.h>
 #include <kelvane/platform/detail/FileAttributes.h>
-#include <kelvane/platform/detail/FileReplacement.h>
 
 #include <cstdio>
-#include <unistd.h>
 #include <utility>
 
 namespace kelvane {

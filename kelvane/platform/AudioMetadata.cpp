@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/platform/AudioMetadata.h>
 
+#include "detail/FileAccess.h"
 #include "detail/FileReplacement.h"
 #include "detail/tags/TaggedFile.h"
 

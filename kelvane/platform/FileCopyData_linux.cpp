@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/platform/FileCopySession_p.h>
 
+#include <kelvane/platform/detail/FileAccess.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 
@@ -87,10 +88,8 @@ CopyStep DataCopy::write(const char *bytes, std::size_t count, off_t position)
 // Reads and writes up to `count` bytes and moves the position behind them; leaves it where the source ends.
 CopyStep DataCopy::buffered(off_t &position, std::size_t count)
 {
-    ssize_t got = 0;
-    do
-        got = pread(_in, _session.buffer(), std::min(count, FileCopySession::bufferSize), position);
-    while (got < 0 && errno == EINTR);
+    const ssize_t got = detail::uninterrupted(
+        [&] { return pread(_in, _session.buffer(), std::min(count, FileCopySession::bufferSize), position); });
     if (got < 0) {
         const int reason = errno;
         return _session.tellError(COPYFILE_COPY_DATA, reason) == CopyStep::Stop ? CopyStep::Stop

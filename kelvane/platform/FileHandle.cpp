@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/platform/FileHandle.h>
 
+#include <kelvane/platform/detail/FileAccess.h>
 #include <kelvane/platform/detail/FileAttributes.h>
-#include <kelvane/platform/detail/FileDescriptor.h>
-
-#include <cerrno>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,7 +14,7 @@ namespace {
 std::unique_ptr<FileHandle> openFile(const String &path, int flags)
 {
     const char *name = detail::systemPath(path);
-    detail::FileDescriptor file(name ? open(name, flags | O_CLOEXEC) : -1);
+    detail::FileDescriptor file(name ? ::open(name, flags | O_CLOEXEC) : -1);
     if (!file)
         return nullptr;
     auto handle = std::make_unique<FileHandle>(file.get());
@@ -45,28 +43,12 @@ FileHandle::~FileHandle()
 
 bool FileHandle::read(std::span<std::byte> buffer) noexcept
 {
-    while (!buffer.empty()) {
-        const ssize_t count = ::read(_descriptor, buffer.data(), buffer.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return false;
-        buffer = buffer.subspan(static_cast<std::size_t>(count));
-    }
-    return true;
+    return detail::readAll(_descriptor, buffer) == static_cast<ssize_t>(buffer.size());
 }
 
 bool FileHandle::write(std::span<const std::byte> bytes) noexcept
 {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(_descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
-    }
-    return true;
+    return detail::writeAll(_descriptor, bytes);
 }
 
 } // namespace kelvane

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <kelvane/platform/Pipe.h>
 
-#include <cerrno>
+#include <kelvane/platform/detail/FileAccess.h>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -16,20 +17,14 @@ namespace {
 short pollFor(int descriptor, int timeoutMs)
 {
     pollfd entry{descriptor, POLLIN, 0};
-    int count = 0;
-    do {
-        count = ::poll(&entry, 1, timeoutMs);
-    } while (count < 0 && errno == EINTR);
+    const int count = detail::uninterrupted([&] { return ::poll(&entry, 1, timeoutMs); });
     return count > 0 ? entry.revents : short{0};
 }
 
 int bytesIn(int descriptor)
 {
     int count = 0;
-    while (::ioctl(descriptor, FIONREAD, &count) != 0)
-        if (errno != EINTR)
-            return 0;
-    return count;
+    return detail::uninterrupted([&] { return ::ioctl(descriptor, FIONREAD, &count); }) == 0 ? count : 0;
 }
 
 } // namespace
@@ -59,9 +54,7 @@ Data Pipe::availableData()
         return {"", 0};
     ssize_t got = 0;
     Data data = Data::create(static_cast<std::size_t>(held), [&](std::span<std::byte> bytes) {
-        do {
-            got = ::read(_readingEnd, bytes.data(), bytes.size());
-        } while (got < 0 && errno == EINTR);
+        got = detail::uninterrupted([&] { return ::read(_readingEnd, bytes.data(), bytes.size()); });
     });
     // Nobody else reads, so that what was counted is what was read; anything less is cut, not invented.
     if (got == held)

@@ -2,8 +2,8 @@
 #include <kelvane/platform/Process.h>
 
 #include <kelvane/foundation/Exception.h>
+#include <kelvane/platform/detail/FileAccess.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <exception>
@@ -12,7 +12,6 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
 
 namespace kelvane {
 
@@ -91,7 +90,7 @@ std::vector<char *> pointersTo(const std::vector<String> &texts)
 
 void reap(pid_t child)
 {
-    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {}
+    detail::uninterrupted([&] { return ::waitpid(child, nullptr, 0); });
 }
 
 } // namespace
@@ -200,15 +199,12 @@ void Process::waitUntilExit()
     }
     // Wait without reaping: terminate() may use the identifier until the lock is held.
     siginfo_t info{};
-    while (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) {}
+    detail::uninterrupted([&] { return ::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT); });
     const std::lock_guard guard(d->mutex);
     if (d->isReaped)
         return;
     int status = 0;
-    pid_t reaped = 0;
-    do {
-        reaped = ::waitpid(child, &status, 0);
-    } while (reaped < 0 && errno == EINTR);
+    const pid_t reaped = detail::uninterrupted([&] { return ::waitpid(child, &status, 0); });
     d->isReaped = true;
     if (reaped == child)
         d->status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);

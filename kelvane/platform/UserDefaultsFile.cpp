@@ -2,8 +2,7 @@
 #include "UserDefaultsFile_p.h"
 
 #include <kelvane/foundation/Data.h>
-#include <kelvane/platform/detail/FileDescriptor.h>
-#include <kelvane/platform/detail/FileReplacement.h>
+#include <kelvane/platform/detail/FileAccess.h>
 #include <kelvane/platform/Paths.h>
 #include <kelvane/platform/PropertyList.h>
 
@@ -42,37 +41,6 @@ String resolved(const String &path)
     std::error_code error;
     const std::filesystem::path target = std::filesystem::weakly_canonical(path.str(), error);
     return path.isNull() || error ? path : String(target.native());
-}
-
-/// 0, or errno.
-int readAll(int descriptor, std::vector<std::byte> &bytes) noexcept
-{
-    for (std::size_t done = 0; done < bytes.size();) {
-        const ssize_t count = ::read(descriptor, bytes.data() + done, bytes.size() - done);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return errno;
-        if (count == 0) {
-            bytes.resize(done);
-            break;
-        }
-        done += static_cast<std::size_t>(count);
-    }
-    return 0;
-}
-
-int writeAll(int descriptor, const Data &data) noexcept
-{
-    for (std::size_t done = 0; done < data.size();) {
-        const ssize_t count = ::write(descriptor, data.view().data() + done, data.size() - done);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return errno;
-        done += static_cast<std::size_t>(count);
-    }
-    return 0;
 }
 
 /// Makes the name of a file that was renamed there last through a power failure.
@@ -123,11 +91,13 @@ UserDefaultsFile::Content UserDefaultsFile::read() const
     if (status.st_size > largest)
         return content;
     std::vector<std::byte> bytes(static_cast<std::size_t>(status.st_size));
-    content.error = readAll(file.get(), bytes);
-    if (content.error != 0) {
+    const ssize_t got = detail::readAll(file.get(), bytes);
+    if (got < 0) {
+        content.error = errno;
         content.state = State::Unreadable;
         return content;
     }
+    bytes.resize(static_cast<std::size_t>(got));
     if (Dictionary values = PropertyList::read(Data(bytes.data(), bytes.size())).dictionary(); !values.isNull()) {
         content.state = State::Good;
         content.values = std::move(values);
@@ -149,10 +119,9 @@ int UserDefaultsFile::replace(const Dictionary &values) const
         ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (file.get() < 0)
         return errno;
-    int error = writeAll(file.get(), data);
-    if (error == 0 && (::fsync(file.get()) != 0 || ::rename(beside.c_str(), _path.c_str()) != 0))
-        error = errno;
-    if (error != 0) {
+    if (!detail::writeAll(file.get(), data.bytes()) || ::fsync(file.get()) != 0
+        || ::rename(beside.c_str(), _path.c_str()) != 0) {
+        const int error = errno;
         ::unlink(beside.c_str());
         return error;
     }

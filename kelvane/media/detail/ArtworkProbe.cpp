@@ -3,6 +3,8 @@
 
 #include "MarkSearch.h"
 
+#include <kelvane/platform/detail/FileAccess.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -33,21 +35,6 @@ struct Buffer {
     alignas(line) std::array<char, line + blockSize> bytes; // in front of a block the end of the one before
 };
 
-/// Reads up to `size` bytes; fewer at the end of the file and where reading fails.
-std::size_t readAt(int descriptor, char *bytes, std::size_t size, std::int64_t offset)
-{
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t got = ::pread(descriptor, bytes + done, size - done, offset + static_cast<std::int64_t>(done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        done += static_cast<std::size_t>(got);
-    }
-    return done;
-}
-
 /// Where from `offset` on there is something other than a hole; `length` where there is nothing more.
 std::int64_t dataFrom(int descriptor, std::int64_t offset, std::int64_t length)
 {
@@ -66,7 +53,8 @@ bool chunkHasMark(int descriptor, Buffer &buffer, std::int64_t start, std::strin
     std::size_t kept = 0; // of the block before: what lies across is found, too
     for (std::int64_t done = 0; done < chunkSize;) {
         const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(chunkSize - done, blockSize));
-        const std::size_t got = readAt(descriptor, buffer.block(), wanted, start + done);
+        const auto block = std::as_writable_bytes(std::span(buffer.block(), wanted));
+        const std::size_t got = readAt(descriptor, block, static_cast<std::uint64_t>(start + done));
         const char *const first = buffer.block() - kept;
         if (containsMark({first, kept + got}, mark))
             return true;
@@ -84,7 +72,7 @@ bool chunkHasMark(int descriptor, Buffer &buffer, std::int64_t start, std::strin
 bool hasArtworkMark(int descriptor)
 {
     char header[headerSize] = {};
-    (void)readAt(descriptor, header, headerSize, 0);
+    (void)readAt(descriptor, std::as_writable_bytes(std::span(header)), 0);
     const auto headerHas = [&](std::string_view text) {
         return std::string_view(header, headerSize).find(text) != std::string_view::npos;
     };

@@ -2,8 +2,8 @@
 #include "TemporaryFiles.h"
 
 #include <kelvane/common/Utils.h>
+#include <kelvane/platform/detail/FileAccess.h>
 
-#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <unistd.h>
@@ -26,16 +26,8 @@ bool writeFile(const String &path, const Data &data)
     const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (descriptor < 0)
         return false;
-    std::string_view rest = data.view();
-    while (!rest.empty()) {
-        const ssize_t written = ::write(descriptor, rest.data(), rest.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            break;
-        rest.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return ::close(descriptor) == 0 && rest.empty();
+    const bool isWritten = writeAll(descriptor, data.bytes());
+    return ::close(descriptor) == 0 && isWritten;
 }
 
 } // namespace kelvane::detail

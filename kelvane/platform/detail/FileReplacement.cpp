@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FileReplacement.h"
 
+#include "FileAccess.h"
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -62,22 +64,14 @@ bool removeLeftCopy(const std::string &name)
 
 bool copyBytes(int from, int to)
 {
-    std::vector<char> chunk(chunkSize);
-    for (;;) {
-        const ssize_t got = ::read(from, chunk.data(), chunk.size());
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return got == 0;
-        for (ssize_t done = 0; done < got;) {
-            const ssize_t part = ::write(to, chunk.data() + done, static_cast<std::size_t>(got - done));
-            if (part < 0 && errno == EINTR)
-                continue;
-            if (part <= 0)
-                return false;
-            done += part;
-        }
-    }
+    std::vector<std::byte> chunk(chunkSize);
+    ssize_t got = 0;
+    do {
+        got = readAll(from, chunk);
+        if (got < 0 || !writeAll(to, std::span(chunk).first(static_cast<std::size_t>(got))))
+            return false;
+    } while (static_cast<std::size_t>(got) == chunk.size());
+    return true;
 }
 
 bool copyWithAttributes(int from, int to)
@@ -92,23 +86,6 @@ bool copyWithAttributes(int from, int to)
 }
 
 } // namespace
-
-FileDescriptor openRegularFile(const char *path) noexcept
-{
-    int opened = -1;
-    do {
-        opened = ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    } while (opened < 0 && errno == EINTR);
-    FileDescriptor file(opened);
-    struct stat status = {};
-    if (!file || ::fstat(file.get(), &status) != 0)
-        return {};
-    if (S_ISREG(status.st_mode))
-        return file;
-    file.close();
-    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    return {};
-}
 
 FileReplacement::FileReplacement(const std::string &path) : _path(resolved(path)) {}
 

@@ -38,10 +38,6 @@ private:
     FileDescriptor _descriptor;
 };
 
-/// Opens `path` for reading if it is a regular file: never waits for a FIFO or wakes a device. None with errno set
-/// (EINVAL for what is no regular file).
-[[nodiscard]] FileDescriptor openRegularFile(const char *path) noexcept;
-
 /// Copies extended attributes, which carry access lists as well, leaving out what the target refuses. False with errno
 /// set where one could not be read, or there is no room for it: the copy would lack what the file has.
 [[nodiscard]] bool copyExtendedAttributes(int from, int to);

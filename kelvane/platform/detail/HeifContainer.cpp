@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "HeifContainer.h"
 
+#include "FileAccess.h"
+
 #include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace kelvane::detail {
 namespace {
@@ -50,17 +50,7 @@ std::vector<std::byte> readPart(int descriptor, std::uint64_t fileSize, std::uin
     if (offset >= fileSize)
         return {};
     std::vector<std::byte> part(static_cast<std::size_t>(std::min(size, fileSize - offset)));
-    std::size_t done = 0;
-    while (done < part.size()) {
-        const ssize_t got =
-            ::pread(descriptor, part.data() + done, part.size() - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            break;
-        done += static_cast<std::size_t>(got);
-    }
-    part.resize(done);
+    part.resize(readAt(descriptor, part, offset));
     return part;
 }
 
@@ -69,13 +59,10 @@ std::vector<std::byte> readPart(int descriptor, std::uint64_t fileSize, std::uin
 std::unique_ptr<HeifContainer> HeifContainer::open(const std::string &path)
 {
     std::unique_ptr<HeifContainer> container(new HeifContainer);
-    int descriptor = -1;
-    do {
-        descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    } while (descriptor < 0 && errno == EINTR);
-    container->_descriptor = descriptor;
+    container->_file = openRegularFile(path.c_str());
+    const int descriptor = container->_file.get();
     struct stat status = {};
-    if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    if (descriptor < 0 || ::fstat(descriptor, &status) != 0)
         return nullptr;
     const auto fileSize = static_cast<std::uint64_t>(status.st_size);
     container->_fileSize = fileSize;
@@ -96,12 +83,6 @@ std::unique_ptr<HeifContainer> HeifContainer::open(HeifBytes file)
         return std::vector<std::byte>(part.begin(), part.end());
     };
     return container->readBoxes() ? std::move(container) : nullptr;
-}
-
-HeifContainer::~HeifContainer()
-{
-    if (_descriptor >= 0)
-        ::close(_descriptor);
 }
 
 bool HeifContainer::readBoxes()

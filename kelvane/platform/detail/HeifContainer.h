@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <kelvane/platform/detail/FileDescriptor.h>
 #include <kelvane/platform/detail/HeifBoxes.h>
 
 #include <memory>
@@ -19,7 +20,6 @@ public:
     [[nodiscard]] static std::unique_ptr<HeifContainer> open(const std::string &path);
     [[nodiscard]] static std::unique_ptr<HeifContainer> open(HeifBytes file);
 
-    ~HeifContainer();
     HeifContainer(const HeifContainer &) = delete;
     HeifContainer &operator=(const HeifContainer &) = delete;
 
@@ -32,7 +32,7 @@ private:
     HeifContainer() = default;
     [[nodiscard]] bool readBoxes();
 
-    int _descriptor = -1;
+    FileDescriptor _file;
     std::uint64_t _fileSize = 0;
     HeifItems::ReadFile _readFile;
     std::vector<std::byte> _brands;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "MimeGlobs.h"
 
-#include "FileReplacement.h"
+#include "FileAccess.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ReplaceFile.h"
 
+#include "FileAccess.h"
 #include "NewFileMode.h"
 #include "RandomNumber.h"
 
@@ -17,19 +18,6 @@ std::string nameBeside(const std::string &path)
 {
     const auto slash = path.rfind('/');
     return path.substr(0, slash == std::string::npos ? 0 : slash + 1) + ".kelvane-" + std::to_string(randomNumber());
-}
-
-bool writeAll(int descriptor, std::span<const std::byte> bytes)
-{
-    while (!bytes.empty()) {
-        const ssize_t part = ::write(descriptor, bytes.data(), bytes.size());
-        if (part < 0 && errno == EINTR)
-            continue;
-        if (part <= 0)
-            return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(part));
-    }
-    return true;
 }
 
 bool writeParts(int descriptor, std::span<const std::span<const std::byte>> parts, const std::string &replaced)

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ImageBytes.h"
 
+#include <kelvane/platform/detail/FileAccess.h>
 #include <kelvane/platform/detail/FileAttributes.h>
-#include <kelvane/platform/detail/FileReplacement.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -30,16 +29,7 @@ bool ImageBytes::read(std::uint64_t offset, std::span<std::byte> buffer) const n
         std::copy_n(_memory.begin() + static_cast<std::ptrdiff_t>(offset), buffer.size(), buffer.begin());
         return true;
     }
-    while (!buffer.empty()) {
-        const ssize_t count = ::pread(_file.get(), buffer.data(), buffer.size(), static_cast<off_t>(offset));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return false;
-        offset += static_cast<std::uint64_t>(count);
-        buffer = buffer.subspan(static_cast<std::size_t>(count));
-    }
-    return true;
+    return readAt(_file.get(), buffer, offset) == buffer.size();
 }
 
 std::vector<std::byte> ImageBytes::take(std::uint64_t offset, std::uint64_t count, std::size_t most) const

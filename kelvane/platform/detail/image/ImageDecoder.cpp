@@ -4,6 +4,7 @@
 #include "ImageHeader.h"
 
 #include <kelvane/platform/detail/DecoderModule.h>
+#include <kelvane/platform/detail/FileAccess.h>
 #include <kelvane/platform/detail/HeifFile.h>
 #include <kelvane/platform/detail/LoadedMediaModule.h>
 #include <kelvane/platform/detail/Module.h>
@@ -70,16 +71,10 @@ public:
         _path = (std::filesystem::temp_directory_path(error) / "kelvane-image-XXXXXX").string();
         const int descriptor = ::mkstemp(_path.data());
         _isMade = descriptor >= 0;
-        while (descriptor >= 0 && !bytes.empty()) {
-            const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (count <= 0)
-                break; // what is missing makes the decoder fail
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
-        }
-        if (descriptor >= 0)
-            ::close(descriptor);
+        if (!_isMade)
+            return;
+        (void)writeAll(descriptor, bytes); // what is missing makes the decoder fail
+        ::close(descriptor);
     }
     ~TemporaryCopy()
     {

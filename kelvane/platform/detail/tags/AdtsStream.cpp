@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AdtsStream.h"
 
+#include <kelvane/platform/detail/FileAccess.h>
+
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <iterator>
 #include <unistd.h>
@@ -51,10 +52,8 @@ public:
     const unsigned char *at(long offset)
     {
         if (offset < _start || offset + static_cast<long>(headerSize) > _start + _size) {
-            ssize_t got = 0;
-            do {
-                got = ::pread(_descriptor, _bytes.data(), _bytes.size(), offset);
-            } while (got < 0 && errno == EINTR);
+            const ssize_t got =
+                uninterrupted([&] { return ::pread(_descriptor, _bytes.data(), _bytes.size(), offset); });
             _start = offset;
             _size = std::max<long>(got, 0);
         }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TagStream.h"
 
+#include <kelvane/platform/detail/FileAccess.h>
+
 #include "Id3v2Check.h"
 
 #include <algorithm>
@@ -74,10 +76,10 @@ std::size_t TagStream::readAt(long offset, char *bytes, std::size_t count)
         const bool isLarge = count - done >= cacheCapacity;
         if (!isLarge)
             _cache.resize(cacheCapacity);
-        const ssize_t got = isLarge ? ::pread(_descriptor.get(), bytes + done, count - done, at)
-                                    : ::pread(_descriptor.get(), _cache.data(), cacheCapacity, at);
-        if (got < 0 && errno == EINTR)
-            continue;
+        const ssize_t got = uninterrupted([&] {
+            return isLarge ? ::pread(_descriptor.get(), bytes + done, count - done, at)
+                           : ::pread(_descriptor.get(), _cache.data(), cacheCapacity, at);
+        });
         if (got <= 0)
             break;
         if (isLarge) {
@@ -105,9 +107,7 @@ void TagStream::writeAt(long offset, const char *bytes, std::size_t count)
     if (!_writable)
         _writeError = EROFS;
     while (count > 0 && _writeError == 0) {
-        const ssize_t written = ::pwrite(_descriptor.get(), bytes, count, offset);
-        if (written < 0 && errno == EINTR)
-            continue;
+        const ssize_t written = uninterrupted([&] { return ::pwrite(_descriptor.get(), bytes, count, offset); });
         if (written <= 0) {
             _writeError = written < 0 ? errno : EIO;
             return;
