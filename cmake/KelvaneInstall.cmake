@@ -61,7 +61,8 @@ install(TARGETS kelvane EXPORT KelvaneTargets
   RUNTIME COMPONENT runtime
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE COMPONENT development
-  FILE_SET HEADERS COMPONENT development)
+  FILE_SET HEADERS COMPONENT development
+  FILE_SET lists COMPONENT development)
 install(EXPORT KelvaneTargets NAMESPACE Kelvane:: DESTINATION ${KELVANE_PACKAGE_DIR} COMPONENT development)
 install(FILES ${PROJECT_BINARY_DIR}/KelvaneConfig.cmake ${PROJECT_BINARY_DIR}/KelvaneConfigVersion.cmake
   cmake/KelvaneModules.cmake

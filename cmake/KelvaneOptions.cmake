@@ -57,14 +57,17 @@ if(PROJECT_IS_TOP_LEVEL)
   endif()
 endif()
 
-# kelvane_sources(HEADERS a.h… SOURCES a.cpp…): adds a subsystem's files, named relative to its folder, to the library.
-# Headers named here are public and installed; private ones (*_p.h, detail/ of a subsystem's own) are not named.
+# kelvane_sources(HEADERS a.h… LISTS a.def… SOURCES a.cpp…): adds a subsystem's files, named relative to its folder, to the
+# library. Headers named here are public and installed; private ones (*_p.h, detail/ of a subsystem's own) are not named.
+# Lists are what public headers include with a macro for each line, so that they mean nothing alone.
 function(kelvane_sources)
-  cmake_parse_arguments(PARSE_ARGV 0 ARG "" "" "HEADERS;SOURCES")
+  cmake_parse_arguments(PARSE_ARGV 0 ARG "" "" "HEADERS;LISTS;SOURCES")
   list(TRANSFORM ARG_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  list(TRANSFORM ARG_LISTS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   list(TRANSFORM ARG_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   target_sources(kelvane PRIVATE ${ARG_SOURCES}
-    PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
+    PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS}
+    PUBLIC FILE_SET lists TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_LISTS})
 endfunction()
 
 # kelvane_uses(PREFIX MODULE…): links the library with what pkg-config knows as MODULE, which its users need not have
