@@ -53,8 +53,8 @@ public:
     // Intended: what is set here is not what the functions above answer, which read the properties whatever was set. It
     // is kept for derived classes that answer from it.
     void setDisplayName(String displayName) noexcept { _displayName = std::move(displayName); }
-    void setVID(std::int32_t VID) noexcept { _VID = VID; }
-    void setPID(std::int32_t PID) noexcept { _PID = PID; }
+    void setVID(std::int32_t VID) noexcept { _vendorId = VID; }
+    void setPID(std::int32_t PID) noexcept { _productId = PID; }
     void setSerialNumber(String serialNumber) noexcept { _serialNumber = std::move(serialNumber); }
     void setModel(String model) noexcept { _model = std::move(model); }
     void setLargeIcon(String largeIcon) noexcept { _largeIcon = std::move(largeIcon); }
@@ -158,8 +158,8 @@ public:
 protected:
     std::uint64_t _syncState = 0;
     String _displayName;
-    std::int32_t _VID = 0;
-    std::int32_t _PID = 0;
+    std::int32_t _vendorId = 0;
+    std::int32_t _productId = 0;
     String _serialNumber;
     String _model;
     String _largeIcon;

@@ -34,6 +34,7 @@ protected:
     std::filesystem::path out = folder.path("out");
     std::vector<std::string> old; // contents of files that only the device has
     bool mayBeDoneAlready = false; // the next run may find nothing to do, and say so as a failure
+    bool mayLeaveNames = false; // of library files that the disk did not let go; the next run lets them go
 
 private:
     using Wrong = std::function<std::string(const ToolResult &, bool isDone)>;

@@ -35,7 +35,7 @@ public:
 
     [[nodiscard]] const std::shared_ptr<BaseAsyncTask> &task() const noexcept { return _task; }
 
-public Q_SLOTS:
+public Q_SLOTS: // NOLINT(readability-redundant-access-specifiers): moc reads it
     /// Asks the task to end.
     void cancel();
 
