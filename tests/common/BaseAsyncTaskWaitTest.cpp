@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/common/RecordingDelegate.h"
+#include "tests/support/Cost.h"
 #include "tests/support/LogCapture.h"
 
 #include <kelvane/common/BaseAsyncTask.h>
@@ -8,11 +9,15 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <latch>
 #include <thread>
+#include <vector>
 
 using namespace kelvane;
+using kelvane::testsupport::costOf;
 using kelvane::testsupport::LogCapture;
+using kelvane::testsupport::sanitizerFactor;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Clock = std::chrono::steady_clock;
@@ -191,6 +196,24 @@ TEST(LiveTasks, AWaitTakesTheTaskOutAndLogsTheOnesThatAreLeft)
     EXPECT_EQ(first.use_count(), 1);
     second->waitDone(0);
     EXPECT_EQ(log.debugLines().size(), 1U) << "an empty list is not logged";
+}
+
+TEST(LiveTasks, OneOfManyIsTakenOutWithoutALookAtTheOthers)
+{
+    const auto cost = costOf([] {
+        detail::LiveTaskList list(0);
+        std::vector<std::shared_ptr<TestTask>> tasks(100'000);
+        for (auto &task : tasks) {
+            task = std::make_shared<TestTask>();
+            list.append(task);
+        }
+        for (const auto &task : tasks)
+            list.remove(task.get());
+        if (!list.text().isNull())
+            std::abort();
+    });
+    EXPECT_TRUE(cost.isDone);
+    EXPECT_LT(cost.processorSeconds, 2 * sanitizerFactor);
 }
 
 TEST(LiveTasks, TheCoreItselfAddsNone)
