@@ -88,8 +88,9 @@ CopyStep DataCopy::write(const char *bytes, std::size_t count, off_t position)
 // Reads and writes up to `count` bytes and moves the position behind them; leaves it where the source ends.
 CopyStep DataCopy::buffered(off_t &position, std::size_t count)
 {
+    char *const buffer = _session.buffer();
     const ssize_t got = detail::uninterrupted(
-        [&] { return pread(_in, _session.buffer(), std::min(count, FileCopySession::bufferSize), position); });
+        [&] { return pread(_in, buffer, std::min(count, FileCopySession::bufferSize), position); });
     if (got < 0) {
         const int reason = errno;
         return _session.tellError(COPYFILE_COPY_DATA, reason) == CopyStep::Stop ? CopyStep::Stop
@@ -97,7 +98,7 @@ CopyStep DataCopy::buffered(off_t &position, std::size_t count)
     }
     if (got == 0)
         return CopyStep::Done;
-    const CopyStep step = write(_session.buffer(), static_cast<std::size_t>(got), position);
+    const CopyStep step = write(buffer, static_cast<std::size_t>(got), position);
     if (step != CopyStep::Done)
         return step;
     position += got;

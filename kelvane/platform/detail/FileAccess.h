@@ -15,7 +15,7 @@ namespace kelvane::detail {
 
 /// What `call` of the system answers, called again as long as a signal interrupts it.
 template <class Call>
-auto uninterrupted(Call &&call) noexcept
+auto uninterrupted(Call &&call)
 {
     auto result = call();
     while (result < 0 && errno == EINTR)
