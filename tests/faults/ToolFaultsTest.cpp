@@ -94,7 +94,7 @@ TEST_P(ToolFaults, AReportIsThereAsAWholeOrNotAtAll)
 
 TEST_P(ToolFaults, ACopyHoldsWholeFilesOnly)
 {
-    tryTool({"copy", source, out}, [&](const ToolResult &, bool isDone) -> std::string {
+    const auto wrongCopy = [&](const ToolResult &, bool isDone) -> std::string {
         std::string wrong;
         for (const auto &entry : fs::directory_iterator(source)) {
             const fs::path copy = out / entry.path().filename();
@@ -105,7 +105,8 @@ TEST_P(ToolFaults, ACopyHoldsWholeFilesOnly)
             wrong += strangersIn(out, {"ebb.mp3", "hills.jpg", "evening.heic"});
         fs::remove_all(out); // what is there is in the way of the next run
         return wrong;
-    });
+    };
+    tryTool({"copy", source, out}, wrongCopy, 120);
 }
 
 TEST_P(ToolFaults, AConvertedPhotoIsThereAsAWholeOrNotAtAll)
@@ -129,6 +130,8 @@ TEST_P(ToolFaults, APictureIsThereAsAWholeOrNotAtAll)
         bool isGood = true;
         if (fs::exists(out))
             for (const auto &entry : fs::directory_iterator(out)) {
+                if (GetParam().kind == FaultIo && entry.path().filename().native().starts_with(".kelvane-"))
+                    continue; // the disk did not let it go
                 ++pictures;
                 isGood = isGood && isJpeg(bytesOf(entry.path()));
             }

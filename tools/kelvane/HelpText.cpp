@@ -23,6 +23,7 @@ std::string wrapped(const std::string &text, std::size_t width, std::size_t colu
 {
     std::string result;
     std::istringstream words(text);
+    words.exceptions(std::ios::badbit); // want of memory is not the end of the text
     bool isLineEmpty = true;
     for (std::string word; words >> word;) {
         if (!isLineEmpty && column + 1 + word.size() + mark.size() > width) {

@@ -2,9 +2,12 @@
 #include "TreeCopy.h"
 
 #include <cerrno>
+#include <dirent.h>
 #include <filesystem>
+#include <memory>
 #include <sys/stat.h>
 #include <utility>
+#include <vector>
 
 namespace kelvane::tool {
 namespace {
@@ -22,23 +25,28 @@ bool isFolder(const std::string &path)
 TreeCopy::Extent TreeCopy::extentOf(const std::string &path)
 {
     Extent extent;
-    std::error_code error;
-    const auto take = [&](const fs::directory_entry &entry) {
-        if (!entry.is_regular_file(error) || entry.is_symlink(error))
+    std::vector<std::string> folders;
+    const auto take = [&](const std::string &entry) {
+        struct stat status {};
+        if (::lstat(entry.c_str(), &status) != 0)
             return;
-        const std::uintmax_t size = entry.file_size(error);
+        if (S_ISDIR(status.st_mode))
+            folders.push_back(entry);
+        if (!S_ISREG(status.st_mode)) // links are copied as links
+            return;
         ++extent.files;
-        extent.bytes += error ? 0 : static_cast<std::int64_t>(size);
+        extent.bytes += status.st_size;
     };
-    if (fs::is_symlink(path, error)) // copied as a link
-        return extent;
-    if (!isFolder(path)) {
-        take(fs::directory_entry(path, error));
-        return extent;
+    take(path);
+    // Not by the iterators of <filesystem>: they end the process where there is no memory for a name.
+    while (!folders.empty()) {
+        const std::string folder = std::move(folders.back());
+        folders.pop_back();
+        const std::unique_ptr<DIR, int (*)(DIR *)> open(::opendir(folder.c_str()), ::closedir);
+        while (const dirent *entry = open ? ::readdir(open.get()) : nullptr)
+            if (const std::string name = entry->d_name; name != "." && name != "..")
+                take(std::string(folder).append("/").append(name));
     }
-    const auto options = fs::directory_options::skip_permission_denied;
-    for (fs::recursive_directory_iterator at(path, options, error), end; at != end; at.increment(error))
-        take(*at);
     return extent;
 }
 
@@ -54,8 +62,14 @@ TreeCopy::TreeCopy(std::string from, std::string to, std::function<void(std::int
 
 bool TreeCopy::run()
 {
+    // A folder that cannot be looked at must not pass for a file: a copy of it alone would be no copy.
+    struct stat status {};
+    if (::lstat(_from.c_str(), &status) != 0) {
+        _errorNumber = errno;
+        return false;
+    }
     std::uint32_t flags = COPYFILE_ALL | COPYFILE_EXCL | COPYFILE_NOFOLLOW;
-    if (isFolder(_from))
+    if (S_ISDIR(status.st_mode) || (S_ISLNK(status.st_mode) && isFolder(_from)))
         flags |= COPYFILE_RECURSIVE;
     const bool isCopied = copyfile(_from, _to, &_state, flags) == 0;
     _errorNumber = isCopied ? 0 : errno;
