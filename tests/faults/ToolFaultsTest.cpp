@@ -106,7 +106,7 @@ TEST_P(ToolFaults, ACopyHoldsWholeFilesOnly)
         fs::remove_all(out); // what is there is in the way of the next run
         return wrong;
     };
-    tryTool({"copy", source, out}, wrongCopy, 120);
+    tryTool({"copy", source, out}, wrongCopy, 60);
 }
 
 TEST_P(ToolFaults, AConvertedPhotoIsThereAsAWholeOrNotAtAll)
