@@ -72,6 +72,8 @@ auto uninterrupted(Call &&call)
 {
     while (!bytes.empty()) {
         const ssize_t written = uninterrupted([&] { return ::write(file, bytes.data(), bytes.size()); });
+        if (written == 0)
+            errno = EIO; // no system does that; who asks why it failed must not find that it did not
         if (written <= 0)
             return false;
         bytes = bytes.subspan(static_cast<std::size_t>(written));
